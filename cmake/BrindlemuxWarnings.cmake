@@ -1,0 +1,16 @@
+# The warning and sanitizer flags that every target of the project is built with.
+add_library(brindlemux_flags INTERFACE)
+target_compile_options(brindlemux_flags INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast -Wnon-virtual-dtor
+  -Woverloaded-virtual -Wcast-align -Wduplicated-cond -Wlogical-op -Wnull-dereference -Wformat=2
+  # A product and its sum are rounded separately, whatever the target processor can fuse.
+  -ffp-contract=off)
+if(BRINDLEMUX_WERROR)
+  target_compile_options(brindlemux_flags INTERFACE -Werror)
+endif()
+if(BRINDLEMUX_SANITIZE)
+  # Null-dereference analysis misfires on instrumented code.
+  target_compile_options(brindlemux_flags INTERFACE
+    -fsanitize=${BRINDLEMUX_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all -Wno-null-dereference)
+  target_link_options(brindlemux_flags INTERFACE -fsanitize=${BRINDLEMUX_SANITIZE})
+endif()

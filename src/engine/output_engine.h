@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <span>
+
+#include "engine/engine_services.h"
+#include "platform/audio_buffer_list.h"
+#include "platform/audio_types.h"
+
+namespace brindlemux {
+
+/// Adds `frames` frames at 48000 Hz into cleared planar buffers; runs on the render thread.
+using RenderFunction = std::function<void(std::span<float* const> buffers, std::int64_t frames)>;
+
+/// Plays what a render function produces into one output device. The render function always works at 48000 Hz; a device
+/// that refuses that rate gets a converted stream. Owns the output unit.
+class OutputEngine {
+ public:
+  /// Starts playing. `channels` is clamped to 1 to 16; `bufferFrames` is the I/O block size asked for.
+  /// Threads: the main thread; may wait up to a second for the device to change its rate.
+  /// Errors: AudioRouterError.
+  OutputEngine(const EngineServices& services, AudioObjectID device, std::int64_t channels, std::int64_t bufferFrames,
+               RenderFunction render);
+  ~OutputEngine();
+  OutputEngine(const OutputEngine&) = delete;
+  OutputEngine& operator=(const OutputEngine&) = delete;
+
+  std::int64_t channels() const noexcept;
+
+  /// Stops and disposes the unit; no callback runs once it returns. Idempotent. Threads: the main thread.
+  void stop();
+
+  /// The render callback's body: fills the device's first, interleaved buffer with `frameCount` frames.
+  /// Threads: the device's render thread; never allocates. Always answers noErr.
+  OSStatus performRender(AudioBufferList output, std::uint32_t frameCount) noexcept;
+
+ private:
+  struct State;
+  std::unique_ptr<State> state_;
+};
+
+}  // namespace brindlemux

@@ -1,0 +1,70 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "engine/captured_buffer.h"
+#include "engine/tap.h"
+#include "engine/unfair_lock.h"
+
+namespace brindlemux {
+
+/// Frames per channel of every ring that a capture makes: two seconds at 48000 Hz.
+inline constexpr std::int64_t captureRingFrames = 96000;
+
+/// The buffer through which captured audio reaches every mix: one writer appends frames, any number of readers add
+/// them, scaled, into their own outputs, each through a cursor of its own. Nobody waits for anybody: a reader that fell
+/// too far behind or got ahead is moved to a fixed distance behind the newest frame.
+///
+/// Owns its samples. Shared by the capture that writes it and by the mix plans that read it, on the main thread; render
+/// threads only borrow it.
+class SourceRing {
+ public:
+  /// `channels` is clamped to 1 to 16. Errors: a negative capacity or an overflowing size is fatal.
+  SourceRing(std::int64_t channels, std::int64_t capacityFrames);
+
+  std::int64_t channels() const noexcept { return channels_; }
+  std::int64_t capacity() const noexcept { return capacity_; }
+
+  /// Appends one block and raises the peaks. Ring channels beyond the block's repeat its last channel; an unusable
+  /// block is dropped.
+  ///
+  /// Threads: the capture's thread, one writer. Takes the ring's lock for the whole call; never allocates.
+  /// Errors: an overflow of the frame position, or a ring without capacity, is fatal.
+  void write(const CapturedBuffer& buffer) noexcept;
+
+  /// Adds the frames that a reader has not heard yet into its output channels.
+  ///
+  /// Shapes:  every buffer holds at least `frames` floats; taps out of range are skipped.
+  /// Units:   cursor is an absolute frame position, negative for a reader not yet positioned.
+  /// Threads: any render thread, one reader per cursor. Takes the ring's lock for the whole call; never allocates.
+  /// Errors:  none; on underrun only the available frames are added.
+  void mixRead(std::int64_t frames, std::int64_t& cursor, std::span<float* const> buffers,
+               std::span<const Tap> taps) noexcept;
+
+  /// The largest magnitude per channel since the last call. Threads: the main thread.
+  std::vector<float> takePeaks();
+
+  /// Total frames ever written. Threads: any; takes the lock.
+  std::int64_t head() const noexcept;
+  /// The largest single write so far, at most 4096 frames. Threads: any; takes the lock.
+  std::int64_t maxWriteFrames() const noexcept;
+  /// How often a reader that was already positioned has been moved. Threads: any; takes the lock.
+  std::int64_t repositionings() const noexcept;
+
+ private:
+  void raisePeaksAndCopyPlanar(const CapturedBuffer& buffer, std::int64_t slot) noexcept;
+  void raisePeaksAndCopyInterleaved(const CapturedBuffer& buffer, std::int64_t slot) noexcept;
+
+  const std::int64_t channels_;
+  const std::int64_t capacity_;
+  std::vector<float> storage_;
+  std::int64_t head_ = 0;
+  mutable UnfairLock lock_;
+  std::vector<float> peakAccum_;
+  std::int64_t maxWriteFrames_ = 0;
+  std::int64_t repositionings_ = 0;
+};
+
+}  // namespace brindlemux

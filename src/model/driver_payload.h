@@ -1,0 +1,34 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+#include "model/virtual_device_config.h"
+
+namespace brindlemux {
+
+/// The identity of the driver, and the name of the metadata object that it publishes on a PipeWire server.
+inline constexpr std::string_view driverBundleID = "com.brindlemux.driver";
+/// The driver's one property: its whole configuration.
+inline constexpr std::string_view driverPropertyKey = "bxcf";
+/// Every virtual device's UID begins with this.
+inline constexpr std::string_view virtualDeviceUIDPrefix = "BrindlemuxAudio_UID";
+/// Node property that both nodes of a virtual device carry; its value is the device's UID.
+inline constexpr std::string_view driverNodeDeviceKey = "brindlemux.device.uid";
+
+/// Why a payload is refused, in one sentence.
+struct PayloadError {
+  std::string reason;
+};
+
+/// The driver's property as JSON text: {"devices":[{"uid","name","channels"}, ...]}, on one line, in list order.
+std::string encodeDriverPayload(const std::vector<VirtualDeviceConfig>& devices);
+
+/// Reads the text as the driver accepts it: an object with the array "devices", each element an object with "uid" and
+/// "name" as non-empty strings without control characters and "channels" as an integer from 1 to 64, no UID twice;
+/// other members are ignored. Anything else, ill-formed UTF-8 and trailing text included, is refused whole.
+std::variant<std::vector<VirtualDeviceConfig>, PayloadError> decodeDriverPayload(std::string_view text);
+
+}  // namespace brindlemux
