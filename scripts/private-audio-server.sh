@@ -159,7 +159,7 @@ done >"$directory/environment"
 
 serverEnvironment=()
 if [ -n "$driverDir" ]; then
-  driverDir=$(cd "$driverDir" 2>/dev/null && pwd) || fail "there is no driver folder $driverDir"
+  driverDir=$(realpath -e -- "$driverDir") || fail "there is no such driver folder"
   [ -f "$driverDir/libpipewire-module-brindlemux-driver.so" ] || fail "there is no driver in $driverDir"
   cp "$driverConfig" "$directory/config/pipewire/pipewire.conf.d/" || exit 1
   stockModules=$(pkg-config --variable=moduledir libpipewire-0.3 2>/dev/null)
