@@ -3,6 +3,8 @@ add_library(brindlemux_flags INTERFACE)
 target_compile_options(brindlemux_flags INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast -Wnon-virtual-dtor
   -Woverloaded-virtual -Wcast-align -Wduplicated-cond -Wlogical-op -Wnull-dereference -Wformat=2
+  # Designated initializers leave out what keeps its default.
+  -Wno-missing-field-initializers
   # A product and its sum are rounded separately, whatever the target processor can fuse.
   -ffp-contract=off)
 if(BRINDLEMUX_WERROR)

@@ -1,0 +1,79 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <pipewire/filter.h>
+#include <pipewire/pipewire.h>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace brindlemux {
+
+/// The most frames that one cycle of the server can have.
+inline constexpr std::uint32_t maximumCycleFrames = 8192;
+
+/// What a filter does with one cycle's audio.
+class FilterProcess {
+ public:
+  virtual ~FilterProcess() = default;
+
+  /// One pointer a port, each to `frames` floats, or null for a port that nothing is linked to.
+  /// Threads: the data thread; must not allocate, block or throw.
+  virtual void process(std::span<float* const> inputs, std::span<float* const> outputs,
+                       std::uint32_t frames) noexcept = 0;
+};
+
+/// How a filter presents itself.
+struct FilterShape {
+  std::string name;
+  std::string description;
+  std::uint32_t inputPorts = 0;
+  std::uint32_t outputPorts = 0;
+  std::uint32_t latencyFrames = 0;  ///< the block size asked for
+  std::uint32_t latencyRateHz = 0;  ///< the rate that those frames are counted at
+};
+
+/// A node of the program's own with one mono port a channel, scheduled in the program's group so that all its nodes run
+/// under one driver. It runs whether or not anything is linked to it.
+///
+/// Threads: construct and destroy under the connection's lock; once destroyed, no callback of it runs.
+class FilterNode {
+ public:
+  /// `process` is borrowed; `changed` is called when the node has reached another state.
+  FilterNode(pw_core* core, const FilterShape& shape, FilterProcess& process, std::function<void()> changed);
+  ~FilterNode();
+  FilterNode(const FilterNode&) = delete;
+  FilterNode& operator=(const FilterNode&) = delete;
+
+  /// Whether the server was asked for the node.
+  bool isValid() const noexcept { return filter_ != nullptr; }
+
+  /// The node's global ID, or SPA_ID_INVALID before the server has told it.
+  std::uint32_t globalID() const;
+
+  /// The rate of the last cycle in Hz, 0 before the first. Threads: any.
+  std::uint32_t cycleRateHz() const noexcept { return cycleRateHz_.load(std::memory_order_relaxed); }
+  /// The length of the last cycle in frames, 0 before the first. Threads: any.
+  std::uint32_t cycleFrames() const noexcept { return cycleFrames_.load(std::memory_order_relaxed); }
+
+ private:
+  static void onState(void* data, pw_filter_state old, pw_filter_state state, const char* error);
+  static void onProcess(void* data, spa_io_position* position);
+  void addPorts(pw_direction direction, std::uint32_t count, std::vector<void*>& ports);
+
+  FilterProcess& process_;
+  std::function<void()> changed_;
+  pw_filter* filter_ = nullptr;
+  spa_hook listener_{};
+  std::vector<void*> inputPorts_;
+  std::vector<void*> outputPorts_;
+  std::vector<float*> inputs_;
+  std::vector<float*> outputs_;
+  std::atomic<std::uint32_t> cycleRateHz_{0};
+  std::atomic<std::uint32_t> cycleFrames_{0};
+};
+
+}  // namespace brindlemux

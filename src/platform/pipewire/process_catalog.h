@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/audio_types.h"
+#include "platform/pipewire/desktop_entries.h"
+#include "platform/pipewire/object_ids.h"
+#include "platform/pipewire/server_mirror.h"
+
+namespace brindlemux {
+
+/// One process with everything that it owns on the server.
+struct ProcessRecord {
+  AudioObjectID id = kAudioObjectUnknown;
+  std::int32_t pid = -1;
+  std::string bundleID;
+  /// What a person would call it; empty for a process that never had an audio stream.
+  std::string displayName;
+  bool isPlaying = false;
+  /// Its playback streams. Borrowed from the mirror.
+  std::vector<const ServerNode*> playbackStreams;
+};
+
+/// Groups the mirrored server's clients and streams by process.
+///
+/// Threads: under the connection's lock.
+class ProcessCatalog {
+ public:
+  ProcessCatalog(const ServerMirror& mirror, ObjectIDs& ids, const DesktopEntries& entries)
+      : mirror_(mirror), ids_(ids), entries_(entries) {}
+
+  /// Every process with a client, in the order of their first clients. Valid until the mirror changes.
+  std::vector<ProcessRecord> list();
+
+  /// The playback streams whose process is not known.
+  std::vector<const ServerNode*> playbackStreamsWithoutProcess() const;
+
+ private:
+  std::optional<std::int32_t> processOf(const ServerClient& client) const;
+  std::optional<std::int32_t> processOf(const ServerNode& node) const;
+  const std::string& processKey(std::int32_t pid);
+
+  const ServerMirror& mirror_;
+  ObjectIDs& ids_;
+  const DesktopEntries& entries_;
+  /// Keys of the processes that have had a stream: their clients stay applications while they are silent.
+  std::set<std::string, std::less<>> applications_;
+  std::map<std::int32_t, std::string> keys_;
+};
+
+}  // namespace brindlemux

@@ -1,0 +1,141 @@
+#include "platform/pipewire/server_connection.h"
+
+#include <cerrno>
+#include <ctime>
+
+#include "model/fatal_error.h"
+#include "platform/pipewire/names.h"
+
+namespace brindlemux {
+namespace {
+
+constexpr std::chrono::milliseconds retryInterval{100};
+
+timespec toTimespec(std::chrono::nanoseconds duration) {
+  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(duration);
+  return {static_cast<std::time_t>(seconds.count()), static_cast<long>((duration - seconds).count())};
+}
+
+}  // namespace
+
+ServerConnection::Lock::Lock(const ServerConnection& connection) : loop_(connection.loop_) {
+  pw_thread_loop_lock(loop_);
+}
+
+ServerConnection::Lock::~Lock() { pw_thread_loop_unlock(loop_); }
+
+ServerConnection::ServerConnection(Delegate& delegate) : delegate_(delegate) {
+  pw_init(nullptr, nullptr);
+  loop_ = pw_thread_loop_new("brindlemux-server", nullptr);
+  if (loop_ == nullptr) fatalError("cannot make the audio server's event loop");
+  pw_loop* const loop = pw_thread_loop_get_loop(loop_);
+  // The stock client configuration of this name asks for a real-time data thread; the default one does not.
+  context_ = pw_context_new(loop, pw_properties_new(PW_KEY_CONFIG_NAME, "client-rt.conf", nullptr), 0);
+  if (context_ == nullptr) fatalError("cannot make the audio server's context");
+  updateEvent_ = pw_loop_add_event(
+      loop, [](void* data, std::uint64_t) { static_cast<ServerConnection*>(data)->delegate_.serverUpdated(); }, this);
+  lostEvent_ = pw_loop_add_event(
+      loop, [](void* data, std::uint64_t) { static_cast<ServerConnection*>(data)->disconnect(); }, this);
+  retryTimer_ = pw_loop_add_timer(
+      loop, [](void* data, std::uint64_t) { static_cast<ServerConnection*>(data)->connect(); }, this);
+}
+
+ServerConnection::~ServerConnection() {
+  stop();
+  pw_loop* const loop = pw_thread_loop_get_loop(loop_);
+  pw_loop_destroy_source(loop, retryTimer_);
+  pw_loop_destroy_source(loop, lostEvent_);
+  pw_loop_destroy_source(loop, updateEvent_);
+  pw_context_destroy(context_);
+  pw_thread_loop_destroy(loop_);
+  pw_deinit();
+}
+
+void ServerConnection::start() {
+  if (pw_thread_loop_start(loop_) < 0) fatalError("cannot start the audio server's thread");
+  const Lock lock(*this);
+  connect();
+}
+
+void ServerConnection::stop() {
+  pw_thread_loop_stop(loop_);
+  if (core_ == nullptr) return;
+  delegate_.serverDisconnected();
+  spa_hook_remove(&coreListener_);
+  pw_core_disconnect(core_);
+  core_ = nullptr;
+}
+
+bool ServerConnection::roundTrip(std::chrono::milliseconds timeout) {
+  const Lock lock(*this);
+  if (core_ == nullptr || lost_) return false;
+  const int sequence = pw_core_sync(core_, PW_ID_CORE, 0);
+  timespec deadline{};
+  pw_thread_loop_get_time(loop_, &deadline, std::chrono::nanoseconds(timeout).count());
+  while (core_ != nullptr && !lost_ && doneSequence_ != sequence) {
+    if (pw_thread_loop_timed_wait_full(loop_, &deadline) != 0) return false;
+  }
+  return core_ != nullptr && !lost_;
+}
+
+void ServerConnection::signalUpdate() { pw_loop_signal_event(pw_thread_loop_get_loop(loop_), updateEvent_); }
+
+void ServerConnection::onCoreDone(void* data, std::uint32_t id, int sequence) {
+  auto* const self = static_cast<ServerConnection*>(data);
+  if (id != PW_ID_CORE) return;
+  self->doneSequence_ = sequence;
+  pw_thread_loop_signal(self->loop_, false);
+}
+
+void ServerConnection::onCoreError(void* data, std::uint32_t id, int /*sequence*/, int result,
+                                   const char* /*message*/) {
+  auto* const self = static_cast<ServerConnection*>(data);
+  if (id != PW_ID_CORE || result != -EPIPE || self->lost_) return;
+  // The library still walks its lists here; taking the connection down has to wait for the loop's next turn.
+  self->lost_ = true;
+  pw_loop_signal_event(pw_thread_loop_get_loop(self->loop_), self->lostEvent_);
+  pw_thread_loop_signal(self->loop_, false);
+}
+
+void ServerConnection::connect() {
+  static constexpr pw_core_events events = {
+      .version = PW_VERSION_CORE_EVENTS,
+      .info = nullptr,
+      .done = onCoreDone,
+      .ping = nullptr,
+      .error = onCoreError,
+      .remove_id = nullptr,
+      .bound_id = nullptr,
+      .add_mem = nullptr,
+      .remove_mem = nullptr,
+  };
+  if (core_ != nullptr) return;
+  core_ = pw_context_connect(context_,
+                             pw_properties_new(PW_KEY_APP_NAME, applicationName, PW_KEY_APP_ID, applicationID,
+                                               PW_KEY_APP_ICON_NAME, applicationID, nullptr),
+                             0);
+  if (core_ == nullptr) {
+    retryLater();
+    return;
+  }
+  lost_ = false;
+  pw_core_add_listener(core_, &coreListener_, &events, this);
+  delegate_.serverConnected(core_);
+}
+
+void ServerConnection::disconnect() {
+  if (core_ == nullptr) return;
+  delegate_.serverDisconnected();
+  spa_hook_remove(&coreListener_);
+  pw_core_disconnect(core_);
+  core_ = nullptr;
+  delegate_.serverUpdated();
+  retryLater();
+}
+
+void ServerConnection::retryLater() {
+  timespec delay = toTimespec(retryInterval);
+  pw_loop_update_timer(pw_thread_loop_get_loop(loop_), retryTimer_, &delay, nullptr, false);
+}
+
+}  // namespace brindlemux
