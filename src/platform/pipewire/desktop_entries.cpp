@@ -4,7 +4,6 @@
 #include <glib.h>
 #include <memory>
 #include <set>
-#include <vector>
 
 namespace brindlemux {
 namespace {
@@ -16,13 +15,6 @@ struct FreeText {
   void operator()(char* text) const { g_free(text); }
 };
 using Text = std::unique_ptr<char, FreeText>;
-
-std::vector<std::filesystem::path> dataFolders() {
-  std::vector<std::filesystem::path> folders = {g_get_user_data_dir()};
-  for (const char* const* folder = g_get_system_data_dirs(); *folder != nullptr; ++folder)
-    folders.emplace_back(*folder);
-  return folders;
-}
 
 /// The name of the binary that a command line starts, or an empty text.
 std::string binaryOf(const char* commandLine) {
@@ -38,11 +30,19 @@ std::string binaryOf(const char* commandLine) {
 
 }  // namespace
 
-DesktopEntries::DesktopEntries() {
+std::vector<std::filesystem::path> DesktopEntries::userFolders() {
+  std::vector<std::filesystem::path> folders = {std::filesystem::path(g_get_user_data_dir()) / "applications"};
+  for (const char* const* folder = g_get_system_data_dirs(); *folder != nullptr; ++folder) {
+    folders.push_back(std::filesystem::path(*folder) / "applications");
+  }
+  return folders;
+}
+
+DesktopEntries::DesktopEntries(const std::vector<std::filesystem::path>& folders) {
   std::set<std::string> seen;
-  for (const auto& folder : dataFolders()) {
+  for (const auto& folder : folders) {
     std::error_code error;
-    for (const auto& item : std::filesystem::directory_iterator(folder / "applications", error)) {
+    for (const auto& item : std::filesystem::directory_iterator(folder, error)) {
       if (item.path().extension() != ".desktop" || !seen.insert(item.path().filename().string()).second) continue;
       const std::unique_ptr<GKeyFile, FreeKeyFile> file(g_key_file_new());
       if (g_key_file_load_from_file(file.get(), item.path().c_str(), G_KEY_FILE_NONE, nullptr) == FALSE) continue;

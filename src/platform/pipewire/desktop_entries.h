@@ -1,9 +1,11 @@
 #pragma once
 
+#include <filesystem>
 #include <map>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace brindlemux {
 
@@ -15,11 +17,14 @@ struct DesktopEntry {
 
 /// The desktop entries of the user and the system, looked up by the binary that they start.
 ///
-/// Read once, at construction, from the "applications" folders of the XDG data directories; an entry of a directory
-/// named earlier hides those of later ones. Threads: any.
+/// Read once, at construction; an entry of a folder named earlier hides those of the same name in later ones.
+/// Threads: any.
 class DesktopEntries {
  public:
-  DesktopEntries();
+  explicit DesktopEntries(const std::vector<std::filesystem::path>& folders);
+
+  /// The "applications" folders of the user's and the system's data directories.
+  static std::vector<std::filesystem::path> userFolders();
 
   /// The entry whose command starts a binary of this name, or nothing.
   std::optional<DesktopEntry> forBinary(std::string_view binary) const;

@@ -23,9 +23,9 @@ std::vector<const ServerPort*> completePorts(const ServerMirror& mirror, const S
   return ports;
 }
 
-DeviceRecord recordOf(const ServerNode& node, std::string_view uid, ObjectIDs& ids) {
+DeviceRecord recordOf(const ServerMirror& mirror, const ServerNode& node, std::string_view uid, ObjectIDs& ids) {
   DeviceRecord device;
-  device.id = ids.of("device:" + std::to_string(node.serial));
+  device.id = ids.of("device", mirror.session(), node.serial);
   device.uid = uid;
   const std::string_view description = node.properties.value(PW_KEY_NODE_DESCRIPTION);
   device.name = description.empty() ? node.name() : description;
@@ -63,7 +63,7 @@ std::vector<DeviceRecord> listDevices(const ServerMirror& mirror, ObjectIDs& ids
     if (!pairUID.empty()) {
       const Pair& pair = pairs[pairUID];
       if (node != pair.sink || pair.source == nullptr) continue;
-      DeviceRecord device = recordOf(*node, pairUID, ids);
+      DeviceRecord device = recordOf(mirror, *node, pairUID, ids);
       device.isVirtual = true;
       device.playbackPorts = completePorts(mirror, *pair.sink, PW_DIRECTION_INPUT);
       device.capturePorts = completePorts(mirror, *pair.source, PW_DIRECTION_OUTPUT);
@@ -71,7 +71,7 @@ std::vector<DeviceRecord> listDevices(const ServerMirror& mirror, ObjectIDs& ids
       continue;
     }
     if (!isSink(*node) && !isSource(*node) && !isDuplex(*node)) continue;
-    DeviceRecord device = recordOf(*node, node->name(), ids);
+    DeviceRecord device = recordOf(mirror, *node, node->name(), ids);
     if (!isSource(*node)) device.playbackPorts = completePorts(mirror, *node, PW_DIRECTION_INPUT);
     if (!isSink(*node)) device.capturePorts = completePorts(mirror, *node, PW_DIRECTION_OUTPUT);
     add(std::move(device));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <string>
 #include <string_view>
@@ -17,6 +18,11 @@ class ObjectIDs {
     const auto found = ids_.find(key);
     if (found != ids_.end()) return found->second;
     return ids_.emplace(key, fresh()).first->second;
+  }
+
+  /// The number of a server object of some kind, known by its serial number within a session with one server.
+  AudioObjectID of(std::string_view kind, std::uint64_t session, std::int64_t serial) {
+    return of(std::string(kind) + ':' + std::to_string(session) + ':' + std::to_string(serial));
   }
 
   /// A number for an object without a key.

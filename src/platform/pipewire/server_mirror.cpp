@@ -95,6 +95,7 @@ void ServerMirror::noteChange() {
 void ServerMirror::attach(pw_core* core) {
   static constexpr pw_registry_events events = {
       .version = PW_VERSION_REGISTRY_EVENTS, .global = onGlobal, .global_remove = onGlobalRemove};
+  ++session_;
   registry_ = pw_core_get_registry(core, PW_VERSION_REGISTRY, 0);
   if (registry_ != nullptr) pw_registry_add_listener(registry_, &registryListener_, &events, this);
 }

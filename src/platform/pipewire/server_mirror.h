@@ -16,7 +16,7 @@ namespace brindlemux {
 /// A node of the server.
 struct ServerNode {
   std::uint32_t globalID = 0;
-  /// Never reused by a server, unlike the global ID.
+  /// Never reused by one server, unlike the global ID.
   std::int64_t serial = 0;
   PropertyMap properties;
   pw_node_state state = PW_NODE_STATE_CREATING;
@@ -75,6 +75,9 @@ class ServerMirror {
   /// Counts the changes; what was derived from the mirror holds while it stays the same.
   std::uint64_t revision() const noexcept { return revision_; }
 
+  /// Counts the servers that have been mirrored: serial numbers start over with each.
+  std::uint64_t session() const noexcept { return session_; }
+
   // In the order in which the server made them.
   std::vector<const ServerNode*> nodes() const;
   std::vector<const ServerClient*> clients() const;
@@ -97,6 +100,7 @@ class ServerMirror {
 
   std::function<void()> changed_;
   std::uint64_t revision_ = 0;
+  std::uint64_t session_ = 0;
   pw_registry* registry_ = nullptr;
   spa_hook registryListener_{};
   std::map<std::uint32_t, ServerPort> ports_;

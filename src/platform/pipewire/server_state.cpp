@@ -33,7 +33,8 @@ const Record* firstOf(const std::vector<Record>& records, Predicate&& predicate)
 }  // namespace
 
 ServerState::ServerState()
-    : connection_(*this),
+    : entries_(DesktopEntries::userFolders()),
+      connection_(*this),
       mirror_([this] { connection_.signalUpdate(); }),
       routes_([this] { connection_.signalUpdate(); }),
       processCatalog_(mirror_, ids_, entries_) {
@@ -109,7 +110,7 @@ const ServerMetadata* ServerState::driverMetadata() const { return mirror_.metad
 
 AudioObjectID ServerState::driverID() {
   const ServerMetadata* const driver = driverMetadata();
-  return driver == nullptr ? kAudioObjectUnknown : ids_.of("driver:" + std::to_string(driver->serial));
+  return driver == nullptr ? kAudioObjectUnknown : ids_.of("driver", mirror_.session(), driver->serial);
 }
 
 double ServerState::graphRateHz() const {

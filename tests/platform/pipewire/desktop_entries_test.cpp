@@ -1,0 +1,56 @@
+#include "platform/pipewire/desktop_entries.h"
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+namespace brindlemux {
+namespace {
+
+class DesktopEntriesTest : public testing::Test {
+ protected:
+  DesktopEntriesTest() {
+    std::string pattern = (std::filesystem::temp_directory_path() / "brindlemux-entries-XXXXXX").string();
+    root_ = mkdtemp(pattern.data());
+    for (const char* folder : {"user", "system"}) std::filesystem::create_directory(root_ / folder);
+  }
+  ~DesktopEntriesTest() override { std::filesystem::remove_all(root_); }
+
+  void write(const std::string& file, const std::string& text) { std::ofstream(root_ / file) << text; }
+  DesktopEntries entries() const { return DesktopEntries({root_ / "user", root_ / "system", root_ / "missing"}); }
+
+  std::filesystem::path root_;
+};
+
+TEST_F(DesktopEntriesTest, findsAnEntryByTheBinaryThatItStarts) {
+  write("system/org.example.Player.desktop",
+        "[Desktop Entry]\nType=Application\nName=Example Player\nExec=/usr/bin/example-player --open %U\n");
+  const auto entry = entries().forBinary("example-player");
+  ASSERT_TRUE(entry.has_value());
+  EXPECT_EQ(entry->id, "org.example.Player");
+  EXPECT_EQ(entry->name, "Example Player");
+  EXPECT_FALSE(entries().forBinary("other").has_value());
+}
+
+TEST_F(DesktopEntriesTest, anEntryOfTheUserHidesTheSystems) {
+  write("system/player.desktop", "[Desktop Entry]\nName=System\nExec=player\n");
+  write("user/player.desktop", "[Desktop Entry]\nName=User\nExec=player\n");
+  EXPECT_EQ(entries().forBinary("player")->name, "User");
+}
+
+TEST_F(DesktopEntriesTest, leavesOutWhatIsHiddenBrokenOrStartsSomethingElse) {
+  write("system/hidden.desktop", "[Desktop Entry]\nName=Hidden\nExec=hidden\nNoDisplay=true\n");
+  write("system/broken.desktop", "Exec=broken");
+  write("system/nameless.desktop", "[Desktop Entry]\nExec=nameless\n");
+  write("system/quote.desktop", "[Desktop Entry]\nName=Quote\nExec=\"quote\n");
+  write("system/wrapped.desktop", "[Desktop Entry]\nName=Wrapped\nExec=env A=1 wrapped\n");
+  for (const char* binary : {"hidden", "broken", "nameless", "quote", "env"}) {
+    EXPECT_FALSE(entries().forBinary(binary).has_value()) << binary;
+  }
+}
+
+}  // namespace
+}  // namespace brindlemux
