@@ -5,10 +5,16 @@
 namespace brindlemux {
 
 CaptureProcess::CaptureProcess(std::uint32_t channels, IOBlock block)
-    : block_(std::move(block)), buffers_(channels), silence_(maximumCycleFrames) {}
+    : block_(std::move(block)), buffers_(channels), unlinked_(channels), silence_(maximumCycleFrames) {}
 
 void CaptureProcess::process(std::span<float* const> inputs, std::span<float* const> /*outputs*/,
                              std::uint32_t frames) noexcept {
+  if (!hasStarted_) deliver(unlinked_, frames);
+  hasStarted_ = true;
+  deliver(inputs, frames);
+}
+
+void CaptureProcess::deliver(std::span<float* const> inputs, std::uint32_t frames) noexcept {
   for (std::size_t i = 0; i < buffers_.size(); ++i) {
     buffers_[i] = {.channels = 1,
                    .byteSize = frames * static_cast<std::uint32_t>(sizeof(float)),

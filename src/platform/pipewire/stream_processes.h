@@ -9,14 +9,23 @@
 namespace brindlemux {
 
 /// Hands a filter's inputs to an I/O procedure as one mono buffer a channel; an unlinked channel is silent.
+///
+/// Within one cycle the server runs the program's nodes in any order, and the order may change from cycle to cycle. The
+/// first cycle is therefore preceded by a silent block: a reader that has followed the capture from its first frame
+/// then keeps a block in hand, and a cycle in which it comes before the capture does not tear its sound.
 class CaptureProcess final : public FilterProcess {
  public:
   CaptureProcess(std::uint32_t channels, IOBlock block);
   void process(std::span<float* const> inputs, std::span<float* const> outputs, std::uint32_t frames) noexcept override;
 
  private:
+  void deliver(std::span<float* const> inputs, std::uint32_t frames) noexcept;
+
   IOBlock block_;
+  bool hasStarted_ = false;
   std::vector<AudioBuffer> buffers_;
+  /// A null pointer a channel: a block in which nothing is linked.
+  std::vector<float*> unlinked_;
   std::vector<float> silence_;
 };
 

@@ -1,10 +1,9 @@
 #include "platform/pipewire/desktop_entries.h"
 
-#include <gtest/gtest.h>
-#include <stdlib.h>
-
 #include <filesystem>
 #include <fstream>
+#include <gtest/gtest.h>
+#include <stdlib.h>
 #include <string>
 
 namespace brindlemux {

@@ -1,7 +1,6 @@
 #include "platform/pipewire/json_dictionary.h"
 
 #include <gtest/gtest.h>
-
 #include <string>
 
 namespace brindlemux {

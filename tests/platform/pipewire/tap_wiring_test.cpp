@@ -1,7 +1,6 @@
 #include "platform/pipewire/tap_wiring.h"
 
 #include <gtest/gtest.h>
-
 #include <string>
 #include <vector>
 
