@@ -274,10 +274,10 @@ await "the pulse server" pulse_answers
 echo ready
 trap 'finish 0' TERM INT HUP
 [ -z "$stopping" ] || finish 0
-wait -n "${childID[@]}"
+wait -n -p endedID "${childID[@]}"
 status=$?
 for name in "${!childID[@]}"; do
-  kill -0 "${childID[$name]}" 2>/dev/null && continue
+  [ "${childID[$name]}" = "$endedID" ] || continue
   report_end "$name" $status
   unset "childID[$name]"
 done
