@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -18,17 +19,23 @@ inline constexpr std::string_view virtualDeviceUIDPrefix = "BrindlemuxAudio_UID"
 /// Node property that both nodes of a virtual device carry; its value is the device's UID.
 inline constexpr std::string_view driverNodeDeviceKey = "brindlemux.device.uid";
 
+/// Limits that no real list comes near; they keep a hostile payload from exhausting the audio server.
+inline constexpr std::size_t driverPayloadMostBytes = 1 << 20;
+inline constexpr std::size_t driverPayloadMostDevices = 256;
+
 /// Why a payload is refused, in one sentence.
 struct PayloadError {
   std::string reason;
 };
 
 /// The driver's property as JSON text: {"devices":[{"uid","name","channels"}, ...]}, on one line, in list order.
+/// Ill-formed UTF-8 in a record becomes U+FFFD.
 std::string encodeDriverPayload(const std::vector<VirtualDeviceConfig>& devices);
 
 /// Reads the text as the driver accepts it: an object with the array "devices", each element an object with "uid" and
 /// "name" as non-empty strings without control characters and "channels" as an integer from 1 to 64, no UID twice;
-/// other members are ignored. Anything else, ill-formed UTF-8 and trailing text included, is refused whole.
+/// other members are ignored. Anything else, ill-formed UTF-8, trailing text and what exceeds the limits above
+/// included, is refused whole.
 std::variant<std::vector<VirtualDeviceConfig>, PayloadError> decodeDriverPayload(std::string_view text);
 
 }  // namespace brindlemux

@@ -1,0 +1,74 @@
+#include "driver/default_metadata.h"
+
+#include <cerrno>
+#include <cstring>
+#include <spa/utils/string.h>
+#include <string>
+
+#include "driver/guarded.h"
+
+// The server's call macros cast in C's way.
+#pragma GCC diagnostic ignored "-Wold-style-cast"
+
+namespace brindlemux::driver {
+
+const pw_registry_events DefaultMetadata::registryEvents = [] {
+  pw_registry_events events = {};
+  events.version = PW_VERSION_REGISTRY_EVENTS;
+  events.global = [](void* data, std::uint32_t id, std::uint32_t, const char* type, std::uint32_t,
+                     const spa_dict* properties) {
+    auto& self = *static_cast<DefaultMetadata*>(data);
+    if (properties == nullptr || !spa_streq(type, PW_TYPE_INTERFACE_Metadata)) return;
+    if (spa_streq(spa_dict_lookup(properties, PW_KEY_METADATA_NAME), "default")) self.bind(id);
+  };
+  return events;
+}();
+
+const pw_proxy_events DefaultMetadata::metadataEvents = [] {
+  pw_proxy_events events = {};
+  events.version = PW_VERSION_PROXY_EVENTS;
+  events.removed = [](void* data) { pw_proxy_destroy(static_cast<DefaultMetadata*>(data)->metadata_); };
+  events.destroy = [](void* data) {
+    auto& self = *static_cast<DefaultMetadata*>(data);
+    spa_hook_remove(&self.metadataListener_);
+    self.metadata_ = nullptr;
+  };
+  return events;
+}();
+
+DefaultMetadata::DefaultMetadata(pw_context& context) {
+  // Through the socket: this version of the server crashes when a client on its "internal" connection binds an object
+  // that another process implements.
+  const char* const name = pw_properties_get(pw_context_get_properties(&context), PW_KEY_CORE_NAME);
+  core_ = pw_context_connect(&context, pw_properties_new(PW_KEY_REMOTE_NAME, name, nullptr), 0);
+  if (core_ == nullptr) {
+    pw_log_warn("brindlemux: the server refuses a connection to itself: %s", std::strerror(errno));
+    return;
+  }
+  registry_ = pw_core_get_registry(core_, PW_VERSION_REGISTRY, 0);
+  if (registry_ != nullptr) pw_registry_add_listener(registry_, &registryListener_, &registryEvents, this);
+}
+
+DefaultMetadata::~DefaultMetadata() {
+  if (metadata_ != nullptr) pw_proxy_destroy(metadata_);
+  if (registry_ != nullptr) {
+    spa_hook_remove(&registryListener_);
+    pw_proxy_destroy(reinterpret_cast<pw_proxy*>(registry_));
+  }
+  if (core_ != nullptr) pw_core_disconnect(core_);
+}
+
+void DefaultMetadata::bind(std::uint32_t id) {
+  if (metadata_ != nullptr) return;
+  metadata_ =
+      static_cast<pw_proxy*>(pw_registry_bind(registry_, id, PW_TYPE_INTERFACE_Metadata, PW_VERSION_METADATA, 0));
+  if (metadata_ != nullptr) pw_proxy_add_listener(metadata_, &metadataListener_, &metadataEvents, this);
+}
+
+void DefaultMetadata::moveStream(std::uint32_t streamNode, std::uint64_t targetSerial) {
+  const std::string value = std::to_string(targetSerial);
+  pw_metadata_set_property(reinterpret_cast<pw_metadata*>(metadata_), streamNode, "target.object", "Spa:Id",
+                           value.c_str());
+}
+
+}  // namespace brindlemux::driver

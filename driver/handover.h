@@ -1,0 +1,36 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <set>
+#include <string>
+
+#include "driver/default_metadata.h"
+#include "driver/published_device.h"
+
+namespace brindlemux::driver {
+
+/// The end of a device's nodes whose successors, with another channel count, are already there: moves the streams over,
+/// and tells when the old nodes can go.
+///
+/// Were the old nodes simply destroyed, the session manager would move their streams to the default sink or source and
+/// leave them there: a call would go on with the real microphone. Owns the old nodes. Threads: the server's main loop.
+class Handover {
+ public:
+  Handover(std::string uid, std::unique_ptr<PublishedDevice> old);
+
+  const std::string& uid() const noexcept { return uid_; }
+
+  /// Does what can be done by now; returns whether it is over. `successor` is null when the device has been removed.
+  bool step(pw_context& context, DefaultMetadata& metadata, const PublishedDevice* successor);
+
+ private:
+  std::string uid_;
+  std::unique_ptr<PublishedDevice> old_;
+  std::chrono::steady_clock::time_point deadline_;
+  /// Serials of the streams that the session manager has been asked to move.
+  std::set<std::uint64_t> asked_;
+};
+
+}  // namespace brindlemux::driver

@@ -1,0 +1,54 @@
+#include <cerrno>
+#include <memory>
+#include <pipewire/impl.h>
+
+#include "driver/driver_module.h"
+#include "driver/guarded.h"
+
+namespace brindlemux::driver {
+namespace {
+
+/// The driver for as long as the server keeps the module; deletes itself when the server destroys it.
+struct LoadedModule {
+  explicit LoadedModule(pw_context& context) : driver(context) {}
+
+  DriverModule driver;
+  spa_hook listener = {};
+};
+
+const pw_impl_module_events moduleEvents = [] {
+  pw_impl_module_events events = {};
+  events.version = PW_VERSION_IMPL_MODULE_EVENTS;
+  events.destroy = [](void* data) {
+    const std::unique_ptr<LoadedModule> loaded(static_cast<LoadedModule*>(data));
+    spa_hook_remove(&loaded->listener);
+  };
+  return events;
+}();
+
+int load(pw_impl_module* module) noexcept {
+  int result = -ENOMEM;
+  guarded("load", [&] {
+    auto loaded = std::make_unique<LoadedModule>(*pw_impl_module_get_context(module));
+    pw_impl_module_add_listener(module, &loaded->listener, &moduleEvents, loaded.get());
+    // The server holds it from here on, through the listener.
+    static_cast<void>(loaded.release());
+    const spa_dict_item items[] = {
+        SPA_DICT_ITEM_INIT(PW_KEY_MODULE_AUTHOR, "Brindlemux"),
+        SPA_DICT_ITEM_INIT(PW_KEY_MODULE_DESCRIPTION, "Publishes the virtual audio devices of Brindlemux"),
+        SPA_DICT_ITEM_INIT(PW_KEY_MODULE_VERSION, BRINDLEMUX_VERSION),
+    };
+    const spa_dict properties = SPA_DICT_INIT_ARRAY(items);
+    pw_impl_module_update_properties(module, &properties);
+    result = 0;
+  });
+  return result;
+}
+
+}  // namespace
+}  // namespace brindlemux::driver
+
+/// What the server calls when it loads the module. 0, or a negative errno.
+extern "C" SPA_EXPORT int pipewire__module_init(pw_impl_module* module, const char*) {
+  return brindlemux::driver::load(module);
+}
