@@ -34,7 +34,7 @@ int main(int argc, char* argv[]) {
   UserFileLocations locations;
   GraphStore graphStore(locations, clock, log);
   QtScheduler scheduler;
-  PipeWireAudioHardware hardware(scheduler);
+  PipeWireAudioHardware hardware;
   Discovery discovery(hardware, hardware.runningApplications());
   AppState state({.engine = {.hardware = hardware, .discovery = discovery, .clock = clock, .uuids = uuids},
                   .graphStore = graphStore,
