@@ -1,0 +1,54 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import Brindlemux.Theme
+
+/// Stands in place of everything else while the driver is not there.
+Item {
+    id: root
+
+    signal checkAgain
+
+    objectName: "driverMissing"
+
+    Column {
+        anchors.centerIn: parent
+        spacing: 14
+
+        Icon {
+            anchors.horizontalCenter: parent.horizontalCenter
+            name: "warning"
+            size: 44
+        }
+
+        Text {
+            anchors.horizontalCenter: parent.horizontalCenter
+            text: "Driver Not Installed"
+            color: Theme.textPrimary
+            font.pixelSize: Theme.titleSize
+            font.weight: Font.Bold
+        }
+
+        TextEdit {
+            anchors.horizontalCenter: parent.horizontalCenter
+            readOnly: true
+            selectByMouse: true
+            text: "./scripts/build-driver.sh && sudo ./scripts/install-driver.sh"
+            color: Theme.textSecondary
+            selectionColor: Theme.accent
+            selectedTextColor: Theme.baseDeep
+            font.family: Theme.monospaceFamily
+            font.pixelSize: Theme.bodySize
+            Accessible.role: Accessible.StaticText
+            Accessible.name: text
+        }
+
+        PushButton {
+            objectName: "driverMissing.checkAgain"
+            anchors.horizontalCenter: parent.horizontalCenter
+            prominent: true
+            text: "Check Again"
+            onClicked: root.checkAgain()
+        }
+    }
+}

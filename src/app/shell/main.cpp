@@ -1,0 +1,51 @@
+#include <QGuiApplication>
+#include <cstdlib>
+
+#include "app/controller/app_state.h"
+#include "app/controller/qt_scheduler.h"
+#include "app/shell/main_window.h"
+#include "app/shell/termination_signals.h"
+#include "model/clock.h"
+#include "model/file_locations.h"
+#include "model/graph_store.h"
+#include "model/system_log.h"
+#include "model/uuid.h"
+#include "platform/discovery.h"
+#include "platform/pipewire/pipewire_audio_hardware.h"
+
+int main(int argc, char* argv[]) {
+  using namespace brindlemux;
+
+  // First of all, before anything can start a thread.
+  TerminationSignals signals;
+
+  QCoreApplication::setOrganizationName(QStringLiteral("Brindlemux"));
+  QCoreApplication::setApplicationName(QStringLiteral("Brindlemux"));
+  QGuiApplication::setDesktopFileName(QStringLiteral("com.brindlemux.Brindlemux"));
+  MainWindow::chooseStyle();
+  QGuiApplication application(argc, argv);
+  QObject::connect(&signals, &TerminationSignals::received, &application, &QCoreApplication::quit);
+  signals.listen();
+
+  // Each borrows from those above it and goes before them: the window, the controller with its engines, the hardware.
+  StandardErrorLog log;
+  SystemClock clock;
+  RandomUUIDSource uuids;
+  UserFileLocations locations;
+  GraphStore graphStore(locations, clock, log);
+  QtScheduler scheduler;
+  PipeWireAudioHardware hardware;
+  Discovery discovery(hardware, hardware.runningApplications());
+  AppState state({.engine = {.hardware = hardware, .discovery = discovery, .clock = clock, .uuids = uuids},
+                  .graphStore = graphStore,
+                  .scheduler = scheduler});
+  QObject::connect(&application, &QCoreApplication::aboutToQuit, &state, &AppState::shutdown);
+
+  MainWindow window(state);
+  if (window.window() == nullptr) {
+    log.write("Brindlemux: the window could not be made");
+    state.shutdown();
+    return EXIT_FAILURE;
+  }
+  return QGuiApplication::exec();
+}

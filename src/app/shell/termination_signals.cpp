@@ -1,0 +1,47 @@
+#include "app/shell/termination_signals.h"
+
+#include <csignal>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+namespace brindlemux {
+namespace {
+
+sigset_t terminationSet() {
+  sigset_t set;
+  sigemptyset(&set);
+  sigaddset(&set, SIGTERM);
+  sigaddset(&set, SIGINT);
+  return set;
+}
+
+}  // namespace
+
+TerminationSignals::TerminationSignals() {
+  const sigset_t set = terminationSet();
+  descriptor_ = signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK);
+  // Held back from their usual effect only where they can be read instead.
+  if (descriptor_ >= 0) pthread_sigmask(SIG_BLOCK, &set, nullptr);
+}
+
+TerminationSignals::~TerminationSignals() {
+  notifier_.reset();
+  if (descriptor_ < 0) return;
+  // A signal that arrives after the orderly end shall not cut the last steps short: it stays held back.
+  close(descriptor_);
+}
+
+void TerminationSignals::listen() {
+  if (descriptor_ < 0) return;
+  notifier_ = std::make_unique<QSocketNotifier>(descriptor_, QSocketNotifier::Read);
+  connect(notifier_.get(), &QSocketNotifier::activated, this, &TerminationSignals::read);
+}
+
+void TerminationSignals::read() {
+  signalfd_siginfo information;
+  bool any = false;
+  while (::read(descriptor_, &information, sizeof information) == static_cast<ssize_t>(sizeof information)) any = true;
+  if (any) Q_EMIT received();
+}
+
+}  // namespace brindlemux

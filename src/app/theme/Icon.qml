@@ -1,0 +1,18 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+
+/// A picture of the `icons` folder, drawn sharp at `size` pixels.
+Image {
+    id: root
+
+    required property string name
+    required property int size
+
+    width: size
+    height: size
+    source: "icons/" + name + ".svg"
+    sourceSize.width: size
+    sourceSize.height: size
+    fillMode: Image.PreserveAspectFit
+}
