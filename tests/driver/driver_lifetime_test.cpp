@@ -1,0 +1,116 @@
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "driver/driver_fixture.h"
+#include "driver/property_client.h"
+#include "driver/recording.h"
+#include "support/tone_analysis.h"
+#include "support/wait_until.h"
+
+namespace brindlemux::test {
+namespace {
+
+class DriverLifetime : public DriverFixture {
+ protected:
+  // The global id of the driver's module, as pw-dump tells it; empty when it is not loaded.
+  std::string moduleId() const {
+    for (const auto& object : nlohmann::json::parse(server_.run({"pw-dump"}).output, nullptr, false)) {
+      if (object.value("type", "") != "PipeWire:Interface:Module") continue;
+      if (object["info"].value("name", "") == "libpipewire-module-brindlemux-driver") {
+        return std::to_string(object.value("id", 0));
+      }
+    }
+    return {};
+  }
+};
+
+// Whether the stream of that process is linked to the node, on every channel of the stream's own.
+bool isLinked(const ServerDump& dump, const std::string& streamName, const ServerDump::Node& node) {
+  for (const ServerDump::Node& stream : dump.nodesNamed(streamName)) {
+    if (dump.linkCount(stream, node) + dump.linkCount(node, stream) >= 2) return true;
+  }
+  return false;
+}
+
+TEST_F(DriverLifetime, unloadingTakesEverythingAway) {
+  publish({{"a", "A", 2}, {"b", "B", 16}});
+  PropertyClient bound(server_);
+  const auto playing =
+      play(server_, nativePlayer("a", 2), {48000, {2, sineTone(30 * 48000, 997, 0.5, 48000)}}, "p.wav");
+  Recording recording(server_, nativeRecorder("a.source", 2), "r.wav");
+  ASSERT_TRUE(recording.waitForSound(4800));
+  ASSERT_EQ(server_.run({"pw-cli", "destroy", moduleId()}).status, 0);
+  ASSERT_TRUE(waitUntil([&] {
+    const ServerDump current = dump();
+    return !current.node("a") && !current.node("b.source") && !current.node("brindlemux.clock");
+  }));
+  EXPECT_EQ(moduleId(), "");
+  EXPECT_THROW(PropertyClient{server_}, std::runtime_error);
+  EXPECT_TRUE(bound.synchronise());
+  EXPECT_TRUE(server_.running());
+  EXPECT_TRUE(server_.stop());
+}
+
+TEST_F(DriverLifetime, theServerEndsOrderlyWithDevicesAndClients) {
+  publish({{"a", "A", 2}, {"b", "B", 16}});
+  const PropertyClient bound(server_);
+  Recording recording(server_, nativeRecorder("a.source", 2), "r.wav");
+  ASSERT_TRUE(recording.waitForMore(4800));
+  EXPECT_TRUE(server_.stop()) << server_.logs();
+}
+
+TEST_F(DriverLifetime, theServerStartsAgainWithTheDriver) {
+  publish({{"a", "A", 2}});
+  ASSERT_TRUE(server_.stop());
+  server_.start();
+  publish({{"a", "A", 2}});
+}
+
+TEST_F(DriverLifetime, manyRoundsOfAddingAndRemoving) {
+  PropertyClient client(server_);
+  for (int round = 0; round < 100; ++round) {
+    const std::string channels = std::to_string(1 + round % 16);
+    const std::string list = R"({"devices":[{"uid":"a","name":"A","channels":2},{"uid":"b)" +
+                             std::to_string(round % 3) + R"(","name":"B","channels":)" + channels + "}]}";
+    ASSERT_EQ(client.write(list), list) << "round " << round;
+    if (round % 5 == 4) client.write(R"({"devices":[]})");
+  }
+  EXPECT_EQ(client.write(R"({"devices":[{"uid":"a","name":"A","channels":2}]})"),
+            R"({"devices":[{"uid":"a","name":"A","channels":2}]})");
+  EXPECT_TRUE(waitUntil([&] { return isUp(dump(), {"a", "A", 2}); }));
+  EXPECT_TRUE(server_.running());
+}
+
+TEST_F(DriverLifetime, aChangeOfChannelsTakesTheStreamsAlong) {
+  publish({{"a", "A", 2}});
+  const WavFile tone = {48000, {2, sineTone(60 * 48000, 997, 0.5, 48000)}};
+  const auto native = play(server_, nativePlayer("a", 2), tone, "native.wav");
+  Recording recording(server_, nativeRecorder("a.source", 2), "r.wav");
+  Recording pulseRecording(server_, pulseRecorder("a.source", 2), "pulse.wav");
+  ASSERT_TRUE(recording.waitForSound(4800));
+  ASSERT_TRUE(pulseRecording.waitForSound(4800));
+  for (const int channels : {4, 16, 2}) {
+    const auto before = dump().node("a");
+    ASSERT_TRUE(before);
+    publish({{"a", "A", channels}});
+    ASSERT_TRUE(waitUntil([&] {
+      const ServerDump current = dump();
+      const auto sink = current.node("a");
+      const auto source = current.node("a.source");
+      return sink && source && sink->serial != before->serial && isLinked(current, "pw-play", *sink) &&
+             isLinked(current, "pw-record", *source) && isLinked(current, "parecord", *source);
+    })) << channels
+        << " channels";
+    // Neither is on the card, and sound goes on.
+    const ServerDump current = dump();
+    EXPECT_FALSE(isLinked(current, "pw-play", *current.node("card")));
+    EXPECT_FALSE(isLinked(current, "pw-record", *current.node("card.microphone")));
+    ASSERT_TRUE(recording.waitForMore(24000));
+    EXPECT_TRUE(recording.waitForSound(4800)) << channels << " channels";
+    EXPECT_TRUE(pulseRecording.waitForSound(4800)) << channels << " channels";
+  }
+}
+
+}  // namespace
+}  // namespace brindlemux::test

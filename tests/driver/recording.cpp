@@ -1,0 +1,99 @@
+#include "driver/recording.h"
+
+#include <algorithm>
+#include <csignal>
+#include <utility>
+
+#include "support/wait_until.h"
+
+namespace brindlemux::test {
+namespace {
+
+std::string pulseChannelMap(std::size_t channels) {
+  if (channels == 2) return "front-left,front-right";
+  std::string map = channelMap(channels);
+  std::ranges::transform(map, map.begin(),
+                         [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
+  return map;
+}
+
+std::vector<std::string> nativeCommand(const char* program, const std::string& target, std::size_t channels) {
+  std::vector<std::string> command = {program, "--format=f32", "--rate=48000", "--channels=" + std::to_string(channels),
+                                      "--channel-map=" + channelMap(channels)};
+  if (!target.empty()) command.push_back("--target=" + target);
+  return command;
+}
+
+}  // namespace
+
+std::string channelMap(std::size_t channels) {
+  if (channels == 2) return "FL,FR";
+  std::string map;
+  for (std::size_t channel = 0; channel < channels; ++channel) {
+    map += (channel == 0 ? "AUX" : ",AUX") + std::to_string(channel);
+  }
+  return map;
+}
+
+Recording::Recording(const PrivateServer& server, std::vector<std::string> command, const std::string& fileName)
+    : path_(server.folder() / fileName) {
+  command.push_back(path_.string());
+  process_ = server.launch(std::move(command));
+}
+
+WavFile Recording::soFar() const { return readWav(path_).value_or(WavFile{}); }
+
+bool Recording::waitForSound(std::size_t frames, std::chrono::milliseconds deadline) const {
+  return waitUntil(
+      [&] {
+        const WavFile wav = soFar();
+        if (wav.frames() < frames) return false;
+        const auto& channel = wav.channels.front();
+        const std::vector<float> zeros(100);
+        const auto begin = channel.end() - static_cast<std::ptrdiff_t>(frames);
+        return std::search(begin, channel.end(), zeros.begin(), zeros.end()) == channel.end();
+      },
+      deadline);
+}
+
+bool Recording::waitForMore(std::size_t frames, std::chrono::milliseconds deadline) const {
+  const std::size_t wanted = soFar().frames() + frames;
+  return waitUntil([&] { return soFar().frames() >= wanted; }, deadline);
+}
+
+WavFile Recording::finish() {
+  process_->stop(SIGINT);
+  return soFar();
+}
+
+std::vector<std::string> nativeRecorder(const std::string& target, std::size_t channels) {
+  return nativeCommand("pw-record", target, channels);
+}
+
+std::vector<std::string> nativePlayer(const std::string& target, std::size_t channels) {
+  return nativeCommand("pw-play", target, channels);
+}
+
+std::vector<std::string> pulseRecorder(const std::string& source, std::size_t channels) {
+  return {"parecord",
+          "--file-format=wav",
+          "--format=float32le",
+          "--rate=48000",
+          "--channels=" + std::to_string(channels),
+          "--channel-map=" + pulseChannelMap(channels),
+          "--device=" + source};
+}
+
+std::vector<std::string> pulsePlayer(const std::string& sink, std::size_t channels) {
+  return {"paplay", "--channel-map=" + pulseChannelMap(channels), "--device=" + sink};
+}
+
+std::unique_ptr<ChildProcess> play(const PrivateServer& server, std::vector<std::string> command,
+                                   const WavFile& samples, const std::string& fileName) {
+  const auto path = server.folder() / fileName;
+  writeWav(path, samples);
+  command.push_back(path.string());
+  return server.launch(std::move(command));
+}
+
+}  // namespace brindlemux::test
