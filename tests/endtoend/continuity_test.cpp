@@ -1,0 +1,106 @@
+#include <algorithm>
+#include <cstdint>
+#include <gtest/gtest.h>
+#include <optional>
+#include <tuple>
+
+#include "endtoend/recorder.h"
+#include "endtoend/routing_session.h"
+
+namespace brindlemux::test {
+namespace {
+
+constexpr std::size_t second = 48000;
+
+/// The player's two channels to the device and the device to the headphones, all at unity gain. The block is one that a
+/// machine without real-time guarantees holds.
+constexpr const char* unityGraph = R"({
+  "BrindlemuxAudio_UID_5D9F2C1E-0B6A-4C38-9E47-1A2B3C4D5E6F": {
+    "deviceUID": "BrindlemuxAudio_UID_5D9F2C1E-0B6A-4C38-9E47-1A2B3C4D5E6F",
+    "latencyFrames": 2048,
+    "sources": [
+      {"id": "0F8FAD5B-D9CB-469F-A165-70867728950E", "kind": {"app": {"bundleID": "pw-cat", "name": "Player"}}}
+    ],
+    "wires": [
+      {"sourceID": "0F8FAD5B-D9CB-469F-A165-70867728950E", "sourceChannel": 0, "outputChannel": 0},
+      {"sourceID": "0F8FAD5B-D9CB-469F-A165-70867728950E", "sourceChannel": 1, "outputChannel": 1}
+    ],
+    "monitors": [
+      {"id": "7C9E6679-7425-40DE-944B-E07FC1F90AE7", "deviceUID": "headphones", "name": "Headphones"}
+    ],
+    "monitorWires": [
+      {"outputChannel": 0, "monitorID": "7C9E6679-7425-40DE-944B-E07FC1F90AE7", "monitorChannel": 0},
+      {"outputChannel": 1, "monitorID": "7C9E6679-7425-40DE-944B-E07FC1F90AE7", "monitorChannel": 1}
+    ]
+  }
+})";
+
+/// Samples that tell where they come from: every value of magnitude 0.25 to 0.75 that a float has there, in an order
+/// that does not repeat for 2^24 frames. All of them lie below the limiter's knee of 0.9.
+std::vector<float> numberedSamples(std::size_t frames, std::uint32_t seed) {
+  std::vector<float> samples(frames);
+  std::uint32_t state = seed;
+  for (float& sample : samples) {
+    // A full-period generator modulo 2^24: multiplier - 1 divisible by 4, odd increment.
+    state = (state * 1140671485U + 12820163U) & 0xFFFFFFU;
+    const float magnitude = 0.25F + static_cast<float>(state >> 1U) / static_cast<float>(1U << 24U);
+    sample = (state & 1U) != 0 ? magnitude : -magnitude;
+  }
+  return samples;
+}
+
+/// Where a recording departs from what was played.
+struct Comparison {
+  std::size_t exactFrames = 0;        ///< from the start of the comparison to the first departure
+  std::optional<std::size_t> offset;  ///< of the recording in what was played; nothing when it was not found
+};
+
+/// Follows the recording from frame `start` on through what was played.
+Comparison compare(const std::vector<float>& played, const std::vector<float>& recorded, std::size_t start) {
+  Comparison result;
+  const auto found = std::find(played.begin(), played.end(), recorded[start]);
+  if (found == played.end()) return result;
+  result.offset = static_cast<std::size_t>(found - played.begin());
+  const std::size_t length = std::min(played.size() - *result.offset, recorded.size() - start);
+  while (result.exactFrames < length &&
+         played[*result.offset + result.exactFrames] == recorded[start + result.exactFrames]) {
+    ++result.exactFrames;
+  }
+  return result;
+}
+
+TEST(Continuity, aMinuteIsUnchangedToTheLastBitAtDeviceAndMonitor) {
+  constexpr std::size_t startUp = 3 * second;
+  constexpr std::size_t compared = 62 * second;
+  const auto left = numberedSamples(80 * second, 1);
+  const auto right = numberedSamples(80 * second, 5000000);
+
+  RoutingSession session(2, unityGraph);
+  const Recorder device(session, Recorder::Interface::pulse, Recorder::Of::input,
+                        std::string(RoutingSession::deviceUID) + ".source", 2);
+  const Recorder monitor(session, Recorder::Interface::pulse, Recorder::Of::output, "headphones", 2);
+  const auto player = session.play(session.writeStereo("numbered.wav", left, right));
+  ASSERT_TRUE(session.waitUntilLinked("pw-play:output_FR", "brindlemux.tap:input_2")) << session.report();
+
+  // What is compared begins once the route has been running for the length of the start-up.
+  const std::size_t deviceStart = device.frames() + startUp;
+  const std::size_t monitorStart = monitor.frames() + startUp;
+  ASSERT_TRUE(device.waitForFrames(deviceStart + compared, std::chrono::seconds(80))) << session.report();
+  ASSERT_TRUE(monitor.waitForFrames(monitorStart + compared, std::chrono::seconds(10))) << session.report();
+
+  const auto atDevice = device.all();
+  const auto atMonitor = monitor.all();
+  constexpr std::size_t minute = 60 * second;
+  for (const auto& [name, recorded, start] :
+       {std::tuple{"device", &atDevice, deviceStart}, {"monitor", &atMonitor, monitorStart}}) {
+    const Comparison first = compare(left, (*recorded)[0], start);
+    const Comparison other = compare(right, (*recorded)[1], start);
+    EXPECT_TRUE(first.offset.has_value()) << name;
+    EXPECT_EQ(first.offset, other.offset) << name;
+    EXPECT_GE(first.exactFrames, minute) << name << ", left";
+    EXPECT_GE(other.exactFrames, minute) << name << ", right";
+  }
+}
+
+}  // namespace
+}  // namespace brindlemux::test

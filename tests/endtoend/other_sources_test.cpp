@@ -1,0 +1,99 @@
+#include <cmath>
+#include <gtest/gtest.h>
+
+#include "endtoend/recorder.h"
+#include "endtoend/routing_session.h"
+#include "support/tone_analysis.h"
+#include "support/wait_until.h"
+
+namespace brindlemux::test {
+namespace {
+
+constexpr double rate = 48000.0;
+constexpr std::size_t second = 48000;
+constexpr double toleranceDb = 0.01;
+
+double decibels(double amplitude) { return 20.0 * std::log10(amplitude); }
+
+/// A graph of one stereo source, crossed into the device, which `monitor` plays. The block is one that a machine without
+/// real-time guarantees holds.
+std::string crossedGraph(const std::string& kind, const std::string& monitor) {
+  return R"({
+  "BrindlemuxAudio_UID_5D9F2C1E-0B6A-4C38-9E47-1A2B3C4D5E6F": {
+    "deviceUID": "BrindlemuxAudio_UID_5D9F2C1E-0B6A-4C38-9E47-1A2B3C4D5E6F",
+    "masterGain": 0.5,
+    "latencyFrames": 2048,
+    "sources": [{"id": "0F8FAD5B-D9CB-469F-A165-70867728950E", "kind": )" +
+         kind + R"(}],
+    "wires": [
+      {"sourceID": "0F8FAD5B-D9CB-469F-A165-70867728950E", "sourceChannel": 0, "outputChannel": 1},
+      {"sourceID": "0F8FAD5B-D9CB-469F-A165-70867728950E", "sourceChannel": 1, "outputChannel": 0}
+    ],
+    "monitors": [
+      {"id": "7C9E6679-7425-40DE-944B-E07FC1F90AE7", "deviceUID": ")" +
+         monitor + R"(", "name": "Monitor"}
+    ],
+    "monitorWires": [
+      {"outputChannel": 0, "monitorID": "7C9E6679-7425-40DE-944B-E07FC1F90AE7", "monitorChannel": 0},
+      {"outputChannel": 1, "monitorID": "7C9E6679-7425-40DE-944B-E07FC1F90AE7", "monitorChannel": 1}
+    ]
+  }
+})";
+}
+
+TEST(InputDeviceSource, whatAnInputDeliversReachesDeviceAndMonitor) {
+  RoutingSession session(2, crossedGraph(R"({"mic": {"deviceUID": "mic", "name": "Microphone"}})", "headphones"));
+  ASSERT_TRUE(session.waitUntilLinked("mic:capture_FR", "brindlemux.input.mic:input_2")) << session.report();
+  // The input is fed by hand: it has no neighbour that would play into it by itself.
+  const auto player = session.play(
+      session.writeStereo("tones.wav", sineTone(60 * second, 1000, 0.5, rate), sineTone(60 * second, 1500, 0.25, rate)),
+      "0");
+  for (const char* side : {"FL", "FR"}) {
+    const std::string output = std::string("pw-play:output_") + side;
+    const std::string input = std::string("mic:input_") + side;
+    ASSERT_TRUE(waitUntil([&] {
+      return session.server().run({"pw-link", output, input}).status == 0;
+    })) << session.report();
+  }
+
+  const Recorder device(session, Recorder::Interface::pulse, Recorder::Of::input,
+                        std::string(RoutingSession::deviceUID) + ".source", 2);
+  const Recorder monitor(session, Recorder::Interface::pulse, Recorder::Of::output, "headphones", 2);
+  ASSERT_TRUE(device.waitForFrames(second) && monitor.waitForFrames(second)) << session.report();
+  for (const Recorder* recorder : {&device, &monitor}) {
+    const auto heard = recorder->next(second);
+    EXPECT_NEAR(toneLevelDb(heard[0], 1500, rate), decibels(0.25 * 0.5), toleranceDb);
+    EXPECT_NEAR(toneLevelDb(heard[1], 1000, rate), decibels(0.5 * 0.5), toleranceDb);
+  }
+}
+
+TEST(SystemAudioSource, everyPlayerIsHeardAndTheProgramItselfIsNot) {
+  // The monitor plays into the very output that the players use: if the program heard itself, the level would grow
+  // from block to block until the limiter held it.
+  RoutingSession session(2, crossedGraph(R"({"systemAudio": {}})", "speakers"));
+  const auto low =
+      session.writeStereo("low.wav", sineTone(60 * second, 1000, 0.25, rate), sineTone(60 * second, 1500, 0.125, rate));
+  const auto high = session.writeStereo("high.wav", sineTone(60 * second, 3000, 0.25, rate),
+                                        sineTone(60 * second, 4000, 0.125, rate));
+  const auto native = session.play(low);
+  const auto pulse = session.server().launch({"paplay", "--client-name=second", high.string()});
+  ASSERT_TRUE(session.waitUntilLinked("pw-play:output_FR", "brindlemux.tap:input_2")) << session.report();
+  ASSERT_TRUE(session.waitUntilLinked("second:output_FR", "brindlemux.tap:input_2")) << session.report();
+
+  const Recorder device(session, Recorder::Interface::pulse, Recorder::Of::input,
+                        std::string(RoutingSession::deviceUID) + ".source", 2);
+  const Recorder output(session, Recorder::Interface::pulse, Recorder::Of::output, "speakers", 2);
+  ASSERT_TRUE(device.waitForFrames(second) && output.waitForFrames(second)) << session.report();
+  const auto heard = device.next(second);
+  EXPECT_NEAR(toneLevelDb(heard[1], 1000, rate), decibels(0.25 * 0.5), toleranceDb);
+  EXPECT_NEAR(toneLevelDb(heard[0], 1500, rate), decibels(0.125 * 0.5), toleranceDb);
+  EXPECT_NEAR(toneLevelDb(heard[1], 3000, rate), decibels(0.25 * 0.5), toleranceDb);
+  EXPECT_NEAR(toneLevelDb(heard[0], 4000, rate), decibels(0.125 * 0.5), toleranceDb);
+  // The output has each player on its own side, and the device's crossed half of it on the other.
+  const auto played = output.next(second);
+  EXPECT_NEAR(toneLevelDb(played[0], 1000, rate), decibels(0.25), toleranceDb);
+  EXPECT_NEAR(toneLevelDb(played[1], 1000, rate), decibels(0.25 * 0.5), toleranceDb);
+}
+
+}  // namespace
+}  // namespace brindlemux::test

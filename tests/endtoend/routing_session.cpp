@@ -1,0 +1,86 @@
+#include "endtoend/routing_session.h"
+
+#include <csignal>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+#include "support/wait_until.h"
+#include "support/wav_file.h"
+
+namespace brindlemux::test {
+namespace {
+
+PrivateServerOptions serverOptions() {
+  PrivateServerOptions options;
+  options.sinks = {{.name = "speakers", .channels = 2, .description = "Speakers"},
+                   {.name = "headphones", .channels = 2, .description = "Headphones"}};
+  options.sources = {{.name = "mic", .channels = 2, .description = "Microphone"}};
+  return options;
+}
+
+/// Whether pw-link's list has `input` among the ports that stand below `output`.
+bool isLinked(const std::string& list, const std::string& output, const std::string& input) {
+  std::istringstream lines(list);
+  std::string line;
+  bool isBelowOutput = false;
+  while (std::getline(lines, line)) {
+    if (!line.starts_with("  ")) {
+      isBelowOutput = line == output;
+    } else if (isBelowOutput && line == "  |-> " + input) {
+      return true;
+    }
+  }
+  return false;
+}
+
+}  // namespace
+
+RoutingSession::RoutingSession(int channels, const std::string& graphs) : server_(serverOptions()) {
+  const std::string uid = deviceUID;
+  const std::string list =
+      R"({"devices":[{"uid":")" + uid + R"(","name":"Test Device","channels":)" + std::to_string(channels) + "}]}";
+  if (server_.run({"pw-metadata", "-n", "com.brindlemux.driver", "0", "bxcf", list, "Spa:String:JSON"}).status != 0) {
+    throw std::runtime_error("the device's list cannot be written: " + server_.logs());
+  }
+  const std::string last = channels == 2 ? "FR" : "AUX" + std::to_string(channels - 1);
+  if (!waitUntilLinked(uid + ":monitor_" + last, uid + ".source:input_" + last)) {
+    throw std::runtime_error("the device is not there: " + server_.logs());
+  }
+
+  const auto data = file("programdata");
+  std::filesystem::create_directories(data / "Brindlemux");
+  std::ofstream(data / "Brindlemux" / "graphs.json") << graphs;
+  Command command{.arguments = {BRINDLEMUX_PROGRAM}, .environment = server_.environment()};
+  command.environment["XDG_DATA_HOME"] = data.string();
+  command.environment["QT_QPA_PLATFORM"] = "offscreen";
+  command.environment["QT_QUICK_BACKEND"] = "software";
+  program_ = std::make_unique<ChildProcess>(command);
+}
+
+RoutingSession::~RoutingSession() { program_->stop(SIGTERM); }
+
+std::filesystem::path RoutingSession::writeStereo(const std::string& name, std::vector<float> left,
+                                                  std::vector<float> right) const {
+  const auto path = file(name);
+  writeWav(path, {.sampleRateHz = 48000, .channels = {std::move(left), std::move(right)}});
+  return path;
+}
+
+std::unique_ptr<ChildProcess> RoutingSession::play(const std::filesystem::path& file, const std::string& target) const {
+  std::vector<std::string> arguments = {"pw-play"};
+  if (!target.empty()) arguments.insert(arguments.end(), {"--target", target});
+  arguments.push_back(file.string());
+  return server_.launch(arguments);
+}
+
+bool RoutingSession::waitUntilLinked(const std::string& output, const std::string& input,
+                                     std::chrono::milliseconds deadline) const {
+  return waitUntil([&] { return isLinked(server_.run({"pw-link", "-l"}).output, output, input); }, deadline);
+}
+
+std::string RoutingSession::report() const {
+  return "the program: " + program_->error() + "\nthe servers: " + server_.logs();
+}
+
+}  // namespace brindlemux::test
