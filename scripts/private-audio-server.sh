@@ -1,8 +1,10 @@
 #!/usr/bin/env bash
 # Runs a private PipeWire, WirePlumber and pipewire-pulse whose every file lies below one folder. It neither sees nor
 # touches the user's session, hardware, settings or D-Bus. Prints "ready" once clients can use it, and then runs until
-# SIGTERM or SIGINT. What a client needs in its environment stands in DIR/environment, as lines of `export NAME=VALUE`.
-# The logs are in DIR/log.
+# SIGTERM or SIGINT; SIGUSR1 restarts WirePlumber alone. What a client needs in its environment stands in
+# DIR/environment, as lines of `export NAME=VALUE`. The logs are in DIR/log, and the process IDs in DIR/NAME.pid.
+#
+# PRIVATE_AUDIO_SERVER_WRAPPER, when set, is a command that PipeWire is run under: "valgrind", "gdb -batch -ex run --args".
 #
 # Ends with 0 when asked to stop, 1 when a server could not start in 20 seconds or ended by itself, 2 on wrong arguments.
 set -u
@@ -66,6 +68,7 @@ directory=$(cd "$directory" && pwd) || exit 1
 mkdir -p "$directory"/{run,log,state,data,cache} "$directory"/config/pipewire/{pipewire,pipewire-pulse}.conf.d \
   "$directory"/config/wireplumber/{main,bluetooth}.lua.d || fail "cannot create folders below $directory"
 chmod 700 "$directory/run"
+rm -f "$directory"/log/*.log "$directory"/*.pid
 
 # ---- Configuration: the distribution's own files, and what differs from them as drop-ins.
 
@@ -182,28 +185,39 @@ trap 'stopping=yes' TERM INT HUP
 start() {
   local name=$1
   shift
-  "$@" </dev/null >"$directory/log/$name.log" 2>&1 &
+  "$@" </dev/null >>"$directory/log/$name.log" 2>&1 &
   childID[$name]=$!
+  # Renamed into place: a reader never sees half of it.
+  echo $! >"$directory/$name.pid.part" && mv "$directory/$name.pid.part" "$directory/$name.pid"
+}
+
+# stop NAME: ends a server, by force when it takes longer than 4 seconds.
+stop() {
+  local id=${childID[$1]:-} deadline=$((SECONDS + 4))
+  [ -n "$id" ] || return 0
+  kill -TERM "$id" 2>/dev/null
+  while kill -0 "$id" 2>/dev/null; do
+    [ $SECONDS -lt $deadline ] || kill -KILL "$id" 2>/dev/null
+    sleep 0.02
+  done
+  wait "$id" 2>/dev/null
+  unset "childID[$1]"
 }
 
 stop_all() {
-  local name id deadline
-  for name in pipewire-pulse wireplumber pipewire; do
-    id=${childID[$name]:-}
-    [ -n "$id" ] || continue
-    kill -TERM "$id" 2>/dev/null
-    deadline=$((SECONDS + 4))
-    while kill -0 "$id" 2>/dev/null; do
-      [ $SECONDS -lt $deadline ] || kill -KILL "$id" 2>/dev/null
-      sleep 0.02
-    done
-    wait "$id" 2>/dev/null
-  done
+  stop pipewire-pulse
+  stop wireplumber
+  stop pipewire
+}
+
+restart_session_manager() {
+  stop wireplumber
+  start wireplumber wireplumber
 }
 
 # finish STATUS: the only way out once a child runs.
 finish() {
-  trap '' TERM INT HUP
+  trap '' TERM INT HUP USR1
   stop_all
   exit "$1"
 }
@@ -260,7 +274,8 @@ pulse_answers() { client pactl info >/dev/null; }
 
 driver_is_there() { client pw-metadata -n com.brindlemux.driver 0 bxcf | grep -q "key:'bxcf'"; }
 
-start pipewire env "${serverEnvironment[@]}" pipewire
+# shellcheck disable=SC2086  # The wrapper is a command with arguments.
+start pipewire env "${serverEnvironment[@]}" ${PRIVATE_AUDIO_SERVER_WRAPPER:-} pipewire
 await "the server's socket" socket_exists
 start wireplumber wireplumber
 start pipewire-pulse pipewire-pulse
@@ -271,11 +286,17 @@ for spec in "${sources[@]}"; do await "the ports of ${spec%%:*}" has_ports -o "$
 [ ${#sources[@]} -eq 0 ] || await "the default source" default_is default.audio.source "${sources[0]%%:*}"
 await "the pulse server" pulse_answers
 
-echo ready
+# What a signal asks for is done inside its trap, so that none is missed between two commands. The wait ends, without an
+# ended child, when a trap has run.
 trap 'finish 0' TERM INT HUP
+trap restart_session_manager USR1
+echo ready
 [ -z "$stopping" ] || finish 0
-wait -n -p endedID "${childID[@]}"
-status=$?
+endedID=
+while [ -z "${endedID:-}" ]; do
+  wait -n -p endedID "${childID[@]}"
+  status=$?
+done
 for name in "${!childID[@]}"; do
   [ "${childID[$name]}" = "$endedID" ] || continue
   report_end "$name" $status

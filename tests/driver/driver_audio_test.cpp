@@ -3,6 +3,7 @@
 #include <string>
 
 #include "driver/driver_fixture.h"
+#include "driver/loop_probe.h"
 #include "driver/recording.h"
 #include "support/tone_analysis.h"
 #include "support/wait_until.h"
@@ -149,55 +150,29 @@ TEST_F(DriverAudio, twoDevicesDoNotMix) {
               20 * std::log10(0.5), 0.001);
 }
 
-// Sample n is n steps: whatever is lost, repeated or changed shows.
-constexpr float step = 1.0f / (1 << 24);
-
-WavFile numberedSamples() {
-  WavFile wav;
-  wav.channels.assign(2, std::vector<float>(30 * 48000));
-  for (std::size_t frame = 0; frame < wav.frames(); ++frame) {
-    wav.channels[0][frame] = static_cast<float>(frame + 1) * step;
-    wav.channels[1][frame] = -static_cast<float>(frame + 1) * step;
-  }
-  return wav;
-}
-
-// The first frame, from the first sound on, that does not continue the one before it; nothing when all do.
-std::optional<std::size_t> firstBreak(const WavFile& wav) {
-  const auto& left = wav.channels[0];
-  std::size_t frame = 0;
-  while (frame < wav.frames() && left[frame] == 0) ++frame;
-  for (++frame; frame < wav.frames(); ++frame) {
-    if (left[frame] != left[frame - 1] + step || wav.channels[1][frame] != -left[frame]) return frame;
-  }
-  return std::nullopt;
-}
-
 TEST_F(DriverAudio, renamingDoesNotBreakARunningRecording) {
   publish({{"a", "A", 2}});
-  Recording recording(server_, nativeRecorder("a.source", 2), "recorded.wav");
-  const auto playing = play(server_, nativePlayer("a", 2), numberedSamples(), "played.wav");
-  ASSERT_TRUE(recording.waitForSound(measuredFrames));
+  const LoopProbe probe(server_, "a", "a.source");
+  ASSERT_TRUE(probe.waitForMore(measuredFrames));
   for (const char* name : {"B", "C", "D", "E"}) {
     publish({{"a", name, 2}});
-    ASSERT_TRUE(recording.waitForMore(4800));
+    ASSERT_TRUE(probe.waitForMore(4800));
   }
   EXPECT_EQ(dump().node("a.source")->property("node.description"), "E");
-  EXPECT_EQ(firstBreak(recording.finish()), std::nullopt);
+  EXPECT_EQ(probe.firstBreak(), std::nullopt);
 }
 
 TEST_F(DriverAudio, otherDevicesComingAndGoingDoNotBreakARunningRecording) {
   publish({{"a", "A", 2}});
-  Recording recording(server_, nativeRecorder("a.source", 2), "recorded.wav");
-  const auto playing = play(server_, nativePlayer("a", 2), numberedSamples(), "played.wav");
-  ASSERT_TRUE(recording.waitForSound(measuredFrames));
+  const LoopProbe probe(server_, "a", "a.source");
+  ASSERT_TRUE(probe.waitForMore(measuredFrames));
   publish({{"b", "B", 4}, {"a", "A", 2}});
-  ASSERT_TRUE(recording.waitForMore(4800));
+  ASSERT_TRUE(probe.waitForMore(4800));
   publish({{"b", "B", 16}, {"a", "A", 2}});
-  ASSERT_TRUE(recording.waitForMore(4800));
+  ASSERT_TRUE(probe.waitForMore(4800));
   publish({{"a", "A", 2}});
-  ASSERT_TRUE(recording.waitForMore(4800));
-  EXPECT_EQ(firstBreak(recording.finish()), std::nullopt);
+  ASSERT_TRUE(probe.waitForMore(4800));
+  EXPECT_EQ(probe.firstBreak(), std::nullopt);
 }
 
 }  // namespace

@@ -67,6 +67,19 @@ TEST_F(DriverLifetime, theServerStartsAgainWithTheDriver) {
   publish({{"a", "A", 2}});
 }
 
+TEST_F(DriverLifetime, aRestartedSessionManagerFindsFreshNodes) {
+  const VirtualDeviceConfig device = {"a", "A", 2};
+  publish({device});
+  const auto before = dump().node("a");
+  ASSERT_TRUE(before);
+  ASSERT_TRUE(server_.restartSessionManager());
+  EXPECT_TRUE(waitUntil([&] {
+    const ServerDump current = dump();
+    return isUp(current, device) && current.node("a")->serial != before->serial;
+  })) << server_.logs();
+  EXPECT_EQ(PropertyClient(server_).value(), encodeDriverPayload({device}));
+}
+
 TEST_F(DriverLifetime, manyRoundsOfAddingAndRemoving) {
   PropertyClient client(server_);
   for (int round = 0; round < 100; ++round) {

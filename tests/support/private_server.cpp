@@ -77,6 +77,15 @@ bool PrivateServer::stop() {
   return status == 0;
 }
 
+bool PrivateServer::restartSessionManager() {
+  const auto processId = [this] { return readText(folder() / "server" / "wireplumber.pid"); };
+  const std::string before = processId();
+  script_->signal(SIGUSR1);
+  return waitUntil([&] { return processId() != before; }) && waitUntil([this] {
+           return run({"pw-metadata", "0"}).output.find("default.audio.sink") != std::string::npos;
+         });
+}
+
 std::string PrivateServer::socket() const { return (folder() / "server" / "run" / "pipewire-0").string(); }
 
 std::string PrivateServer::logs() const {

@@ -52,6 +52,8 @@ class PrivateServer {
   /// Starts them again in the same folder, after stop().
   void start();
   bool running() { return script_ && script_->running(); }
+  /// Restarts WirePlumber alone; returns whether a successor has taken its place and shown its default sink.
+  bool restartSessionManager();
 
   /// What a client's environment needs.
   const std::map<std::string, std::string>& environment() const noexcept { return environment_; }

@@ -58,6 +58,18 @@ TEST(PrivateServer, stopsAndStartsAgainInItsFolder) {
   EXPECT_EQ(server.run({"pw-cli", "info", "0"}).status, 0);
 }
 
+TEST(PrivateServer, restartsTheSessionManagerAlone) {
+  PrivateServerOptions options = withoutDriver();
+  options.sinks = {{"one", 2, "One"}};
+  PrivateServer server(options);
+  const auto before = ServerDump(server).node("one");
+  EXPECT_TRUE(server.restartSessionManager());
+  EXPECT_TRUE(server.running());
+  ASSERT_TRUE(before && ServerDump(server).node("one"));
+  EXPECT_EQ(ServerDump(server).node("one")->serial, before->serial);
+  EXPECT_TRUE(server.stop());
+}
+
 TEST(PrivateServer, twoOfThemDoNotMeet) {
   PrivateServerOptions options = withoutDriver();
   options.sinks = {{"one", 2, "One"}};

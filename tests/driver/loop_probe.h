@@ -1,0 +1,55 @@
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <pipewire/pipewire.h>
+#include <string>
+#include <vector>
+
+#include "support/private_server.h"
+
+namespace brindlemux::test {
+
+/// Plays numbered samples into one node and records another, both in real-time callbacks of this process: what the
+/// recording lacks was lost between the two, and not because a command-line tool was scheduled late.
+///
+/// Sample n is n steps on the left and -n steps on the right, exactly. Threads: one; the callbacks have their own.
+class LoopProbe {
+ public:
+  /// Throws std::runtime_error when there is no server.
+  LoopProbe(const PrivateServer& server, const std::string& playTarget, const std::string& recordTarget);
+  ~LoopProbe();
+  LoopProbe(const LoopProbe&) = delete;
+  LoopProbe& operator=(const LoopProbe&) = delete;
+
+  /// How many frames have been recorded from the first sound on.
+  std::size_t framesHeard() const noexcept { return heard_.load(); }
+  /// Waits for that many more frames of sound; false at the deadline.
+  bool waitForMore(std::size_t frames) const;
+  /// The first frame heard that does not continue the one before it, to the bit; nothing when all do.
+  std::optional<std::size_t> firstBreak() const;
+
+ private:
+  static const pw_stream_events playEvents;
+  static const pw_stream_events recordEvents;
+  pw_stream* connect(pw_direction direction, const std::string& target, const pw_stream_events& events,
+                     spa_hook& listener);
+  void play() noexcept;
+  void record() noexcept;
+
+  pw_thread_loop* loop_ = nullptr;
+  pw_context* context_ = nullptr;
+  pw_core* core_ = nullptr;
+  pw_stream* player_ = nullptr;
+  pw_stream* recorder_ = nullptr;
+  spa_hook playerListener_ = {};
+  spa_hook recorderListener_ = {};
+  std::uint32_t nextNumber_ = 1;
+  std::vector<float> left_;
+  std::vector<float> right_;
+  std::atomic<std::size_t> heard_ = 0;
+};
+
+}  // namespace brindlemux::test
