@@ -58,9 +58,12 @@ class DeviceEngine {
   void reconcileSources(std::span<const AudioProcessInfo> processes);
   void startCaptureIfNeeded(SourceRuntime& runtime, const SourceNodeConfig& source,
                             std::span<const AudioProcessInfo> processes);
+  void startAppCapture(SourceRuntime& runtime, const AppSource& app, std::span<const AudioProcessInfo> processes);
+  void startMicCapture(SourceRuntime& runtime, const MicSource& mic);
   void reconcileVirtualOutput(bool deviceChanged);
   void reconcileLoopback(bool deviceChanged);
   void reconcileMonitors(std::span<const AudioDeviceInfo> audioDevices);
+  void reconcileMonitor(const MonitorNodeConfig& monitor, std::span<const AudioDeviceInfo> audioDevices);
   void rebuildPlans();
   MixBus::Rings runningRings() const;
   std::int64_t bufferFrames() const noexcept;

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 
 #include "platform/audio_types.h"
@@ -19,3 +21,8 @@ struct AudioDeviceInfo {
 };
 
 }  // namespace brindlemux
+
+template <>
+struct std::hash<brindlemux::AudioDeviceInfo> {
+  std::size_t operator()(const brindlemux::AudioDeviceInfo& device) const noexcept;
+};

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -20,3 +22,8 @@ struct AudioProcessInfo {
 };
 
 }  // namespace brindlemux
+
+template <>
+struct std::hash<brindlemux::AudioProcessInfo> {
+  std::size_t operator()(const brindlemux::AudioProcessInfo& process) const noexcept;
+};

@@ -1,0 +1,71 @@
+#include "engine/input_engine.h"
+
+#include <algorithm>
+#include <optional>
+
+#include "engine/capture_path.h"
+#include "platform/audio_router_error.h"
+#include "platform/standard_float_format.h"
+
+namespace brindlemux {
+namespace {
+
+constexpr std::string_view queueLabel = "com.brindlemux.input-io";
+constexpr std::int64_t maximumChannels = 16;
+constexpr AudioObjectPropertyAddress bufferSizeAddress = {
+    kAudioDevicePropertyBufferFrameSize, kAudioObjectPropertyScopeGlobal, kAudioObjectPropertyElementMain};
+
+}  // namespace
+
+struct InputEngine::State {
+  State(AudioHardware& audioHardware, AudioObjectID deviceID) : hardware(audioHardware), device(deviceID) {}
+
+  AudioHardware& hardware;
+  const AudioObjectID device;
+  std::shared_ptr<SourceRing> ring;
+  std::optional<CapturePath> path;
+  AudioDeviceIOProcID ioProc = 0;
+  bool stopped = false;
+
+  void start(const Discovery& discovery, std::int64_t bufferFrames);
+};
+
+void InputEngine::State::start(const Discovery& discovery, std::int64_t bufferFrames) {
+  const double sampleRateHz = discovery.nominalSampleRate(device);
+  if (!(sampleRateHz > 0)) throw AudioRouterError("Could not determine device sample rate");
+  const std::int64_t deviceChannels = discovery.deviceChannelCount(device, kAudioObjectPropertyScopeInput);
+  if (deviceChannels < 1) throw AudioRouterError("Device has no input channels");
+  ring = std::make_shared<SourceRing>(std::min(deviceChannels, maximumChannels), captureRingFrames);
+  hardware.setPropertyData(device, bufferSizeAddress, static_cast<std::uint32_t>(bufferFrames));
+  const auto format = standardFloatFormat(sampleRateHz, ring->channels());
+  if (!format) throw AudioRouterError("Failed to prepare input buffer");
+  path.emplace(*format, ring);
+  check(hardware.createIOProc(
+            device, queueLabel, [this](AudioBufferList input) { path->take(input); }, ioProc),
+        "Creating input IOProc");
+  const OSStatus status = hardware.startDevice(device, ioProc);
+  if (status == noErr) return;
+  hardware.destroyIOProc(device, ioProc);
+  ioProc = 0;
+  check(status, "Starting input");
+}
+
+InputEngine::InputEngine(const EngineServices& services, AudioObjectID device, std::int64_t bufferFrames)
+    : state_(std::make_unique<State>(services.hardware, device)) {
+  state_->start(services.discovery, bufferFrames);
+}
+
+InputEngine::~InputEngine() { stop(); }
+
+const std::shared_ptr<SourceRing>& InputEngine::ring() const noexcept { return state_->ring; }
+
+void InputEngine::stop() {
+  if (state_->stopped) return;
+  state_->stopped = true;
+  if (state_->ioProc == 0) return;
+  state_->hardware.stopDevice(state_->device, state_->ioProc);
+  state_->hardware.destroyIOProc(state_->device, state_->ioProc);
+  state_->ioProc = 0;
+}
+
+}  // namespace brindlemux

@@ -1,0 +1,239 @@
+#include "engine/output_engine.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstring>
+#include <string>
+
+#include "engine/planar_buffer.h"
+#include "engine/sample_rate_converter.h"
+#include "platform/audio_router_error.h"
+#include "platform/standard_float_format.h"
+
+namespace brindlemux {
+namespace {
+
+/// The most frames rendered or converted per step.
+constexpr std::int64_t maxFrames = 8192;
+/// 48 kHz frames beyond the computed need that a conversion may pull, so that its own granularity never starves it.
+constexpr std::int64_t budgetMarginFrames = 64;
+constexpr int maxConversionsPerCallback = 4;
+constexpr int maxRatePolls = 50;
+constexpr std::chrono::milliseconds ratePollInterval{20};
+
+constexpr AudioObjectPropertyAddress global(FourCharCode selector) {
+  return {selector, kAudioObjectPropertyScopeGlobal, kAudioObjectPropertyElementMain};
+}
+
+/// The device's rate once it has been asked for the engine's.
+double settledSampleRate(const EngineServices& services, AudioObjectID device) {
+  double sampleRateHz = services.discovery.nominalSampleRate(device);
+  if (sampleRateHz != engineSampleRateHz) {
+    services.hardware.setPropertyData(device, global(kAudioDevicePropertyNominalSampleRate), engineSampleRateHz);
+    for (int poll = 0; poll < maxRatePolls && sampleRateHz != engineSampleRateHz; ++poll) {
+      services.clock.sleep(ratePollInterval);
+      sampleRateHz = services.discovery.nominalSampleRate(device);
+    }
+  }
+  return sampleRateHz > 0 ? sampleRateHz : engineSampleRateHz;
+}
+
+StreamFormat interleavedFloatFormat(double sampleRateHz, std::int64_t channels) {
+  const auto channelCount = static_cast<std::uint32_t>(channels);
+  StreamFormat format;
+  format.sampleRate = sampleRateHz;
+  format.formatID = kAudioFormatLinearPCM;
+  format.formatFlags = kAudioFormatFlagIsFloat | kAudioFormatFlagIsPacked;
+  format.bytesPerPacket = 4 * channelCount;
+  format.framesPerPacket = 1;
+  format.bytesPerFrame = 4 * channelCount;
+  format.channelsPerFrame = channelCount;
+  format.bitsPerChannel = 32;
+  return format;
+}
+
+}  // namespace
+
+struct OutputEngine::State final : ConverterSource {
+  State(const EngineServices& services, AudioObjectID device, std::int64_t channelCount, RenderFunction renderFunction);
+
+  void setUpConversion(double deviceRateHz);
+  void createUnit();
+  void configureUnit(double deviceRateHz);
+  void stop();
+
+  OSStatus performRender(AudioBufferList output, std::uint32_t frameCount) noexcept;
+  void renderConverted(float* target, std::int64_t frames) noexcept;
+  std::int64_t deliver(const PlanarBuffer& source, std::int64_t offset, std::int64_t frames, float* target) noexcept;
+  void renderInto48k(std::int64_t frames, PlanarBuffer& target) noexcept;
+  ConverterInput pull(std::int64_t requested) noexcept override;
+
+  AudioHardware& hardware;
+  const AudioObjectID device;
+  const std::int64_t channels;
+  AudioUnitID unit = 0;
+  RenderFunction render;
+  PlanarBuffer scratch;
+  bool stopped = false;
+
+  std::unique_ptr<SampleRateConverter> converter;
+  PlanarBuffer converterInput;
+  PlanarBuffer converterOutput;
+  std::int64_t converterInputBudget = 0;
+  double inputPerOutputFrame = 1.0;
+  PlanarBuffer carry;
+  std::int64_t carryCount = 0;
+  std::int64_t carryOffset = 0;
+};
+
+OutputEngine::State::State(const EngineServices& services, AudioObjectID deviceID, std::int64_t channelCount,
+                           RenderFunction renderFunction)
+    : hardware(services.hardware),
+      device(deviceID),
+      channels(std::clamp<std::int64_t>(channelCount, 1, 16)),
+      render(std::move(renderFunction)) {}
+
+void OutputEngine::State::setUpConversion(double deviceRateHz) {
+  const auto engineFormat = standardFloatFormat(engineSampleRateHz, channels);
+  const auto deviceFormat = standardFloatFormat(deviceRateHz, channels);
+  if (engineFormat && deviceFormat) {
+    converter = SampleRateConverter::make(engineFormat->sampleRateHz, deviceFormat->sampleRateHz, channels);
+  }
+  if (converter == nullptr) {
+    const std::string wholeRate = std::to_string(std::trunc(deviceRateHz));
+    throw AudioRouterError("Device runs at " + wholeRate.substr(0, wholeRate.find('.')) +
+                           " Hz and 48 kHz conversion setup failed");
+  }
+  converterInput = PlanarBuffer(channels, maxFrames);
+  converterOutput = PlanarBuffer(channels, maxFrames);
+  inputPerOutputFrame = engineSampleRateHz / deviceRateHz;
+  carry = PlanarBuffer(channels, maxFrames);
+}
+
+void OutputEngine::State::createUnit() {
+  const AudioComponentID component =
+      hardware.findComponent(kAudioUnitType_Output, kAudioUnitSubType_HALOutput, kAudioUnitManufacturer_Apple);
+  if (component == 0) throw AudioRouterError("HAL output component not found");
+  check(hardware.createAudioUnit(component, unit), "Creating audio unit");
+  if (unit == 0) throw AudioRouterError("Audio unit was not created");
+}
+
+void OutputEngine::State::configureUnit(double deviceRateHz) {
+  hardware.setAudioUnitProperty(unit, kAudioOutputUnitProperty_EnableIO, AudioUnitScope::input, 1, 0U);
+  hardware.setAudioUnitProperty(unit, kAudioOutputUnitProperty_EnableIO, AudioUnitScope::output, 0, 1U);
+  check(hardware.setAudioUnitProperty(unit, kAudioOutputUnitProperty_CurrentDevice, AudioUnitScope::global, 0, device),
+        "Setting output device");
+  check(hardware.setAudioUnitProperty(unit, kAudioUnitProperty_StreamFormat, AudioUnitScope::input, 0,
+                                      interleavedFloatFormat(deviceRateHz, channels)),
+        "Setting client format");
+  // The unit never calls back once stop() has returned, so it may borrow this object.
+  const RenderCallback callback = [this](AudioBufferList output, std::uint32_t frameCount) {
+    return performRender(output, frameCount);
+  };
+  check(hardware.setAudioUnitProperty(unit, kAudioUnitProperty_SetRenderCallback, AudioUnitScope::input, 0, callback),
+        "Setting render callback");
+  check(hardware.initializeAudioUnit(unit), "Initializing audio unit");
+  check(hardware.startOutputUnit(unit), "Starting audio unit");
+}
+
+void OutputEngine::State::stop() {
+  if (stopped) return;
+  stopped = true;
+  if (unit == 0) return;
+  hardware.stopOutputUnit(unit);
+  hardware.uninitializeAudioUnit(unit);
+  hardware.disposeAudioUnit(unit);
+  unit = 0;
+}
+
+OSStatus OutputEngine::State::performRender(AudioBufferList output, std::uint32_t frameCount) noexcept {
+  if (output.empty() || output.front().data == nullptr) return noErr;
+  const AudioBuffer& target = output.front();
+  std::memset(target.data, 0, target.byteSize);
+  const std::int64_t heldFrames = target.byteSize / (std::int64_t{sizeof(float)} * channels);
+  const std::int64_t frames = std::min({std::int64_t{frameCount}, maxFrames, heldFrames});
+  if (frames < 1) return noErr;
+  if (converter != nullptr) {
+    renderConverted(target.data, frames);
+    return noErr;
+  }
+  renderInto48k(frames, scratch);
+  deliver(scratch, 0, frames, target.data);
+  return noErr;
+}
+
+void OutputEngine::State::renderConverted(float* target, std::int64_t frames) noexcept {
+  std::int64_t delivered = deliver(carry, carryOffset, std::min(frames, carryCount), target);
+  const bool carryWasUsedUp = carryCount <= frames;
+  carryCount -= delivered;
+  carryOffset = carryWasUsedUp ? 0 : carryOffset + delivered;
+
+  for (int conversion = 0; conversion < maxConversionsPerCallback && delivered < frames; ++conversion) {
+    const std::int64_t needed = frames - delivered;
+    converterInputBudget =
+        static_cast<std::int64_t>(std::ceil(inputPerOutputFrame * static_cast<double>(needed))) + budgetMarginFrames;
+    const std::int64_t produced = converter->convert(*this, converterOutput.channels(), maxFrames);
+    const std::int64_t used = deliver(converterOutput, 0, std::min(produced, needed), target + delivered * channels);
+    delivered += used;
+    if (produced == used) continue;
+    carryCount = produced - used;
+    carryOffset = 0;
+    for (std::int64_t channel = 0; channel < channels; ++channel) {
+      std::copy_n(converterOutput.channel(channel) + used, carryCount, carry.channel(channel));
+    }
+  }
+}
+
+/// Interleaves frames of a planar buffer into the device's. Returns how many.
+std::int64_t OutputEngine::State::deliver(const PlanarBuffer& source, std::int64_t offset, std::int64_t frames,
+                                          float* target) noexcept {
+  for (std::int64_t channel = 0; channel < channels && frames > 0; ++channel) {
+    const float* from = source.channel(channel) + offset;
+    float* to = target + channel;
+    for (std::int64_t frame = 0; frame < frames; ++frame) to[frame * channels] = from[frame];
+  }
+  return frames;
+}
+
+void OutputEngine::State::renderInto48k(std::int64_t frames, PlanarBuffer& target) noexcept {
+  target.clear(frames);
+  render(target.channels(), frames);
+}
+
+ConverterInput OutputEngine::State::pull(std::int64_t requested) noexcept {
+  if (converterInputBudget < 1) return {};
+  const std::int64_t frames = std::min({requested, maxFrames, converterInputBudget});
+  renderInto48k(frames, converterInput);
+  converterInputBudget -= frames;
+  return {.channels = converterInput.channels(), .frames = frames};
+}
+
+OutputEngine::OutputEngine(const EngineServices& services, AudioObjectID device, std::int64_t channels,
+                           std::int64_t bufferFrames, RenderFunction render)
+    : state_(std::make_unique<State>(services, device, channels, std::move(render))) {
+  const double deviceRateHz = settledSampleRate(services, device);
+  services.hardware.setPropertyData(device, global(kAudioDevicePropertyBufferFrameSize),
+                                    static_cast<std::uint32_t>(bufferFrames));
+  state_->scratch = PlanarBuffer(state_->channels, maxFrames);
+  if (deviceRateHz != engineSampleRateHz) state_->setUpConversion(deviceRateHz);
+  state_->createUnit();
+  try {
+    state_->configureUnit(deviceRateHz);
+  } catch (...) {
+    services.hardware.disposeAudioUnit(state_->unit);
+    throw;
+  }
+}
+
+OutputEngine::~OutputEngine() { stop(); }
+
+std::int64_t OutputEngine::channels() const noexcept { return state_->channels; }
+
+void OutputEngine::stop() { state_->stop(); }
+
+OSStatus OutputEngine::performRender(AudioBufferList output, std::uint32_t frameCount) noexcept {
+  return state_->performRender(output, frameCount);
+}
+
+}  // namespace brindlemux

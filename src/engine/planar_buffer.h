@@ -1,0 +1,37 @@
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace brindlemux {
+
+/// Owns one float buffer a channel, all of one length, zeroed at creation. Threads: as its owner says; only
+/// construction and moves allocate or free.
+class PlanarBuffer {
+ public:
+  PlanarBuffer() = default;
+  PlanarBuffer(std::int64_t channels, std::int64_t frames)
+      : samples_(static_cast<std::size_t>(channels * frames), 0.0F) {
+    for (std::int64_t channel = 0; channel < channels; ++channel) {
+      channels_.push_back(samples_.data() + channel * frames);
+    }
+  }
+  PlanarBuffer(PlanarBuffer&&) noexcept = default;
+  PlanarBuffer& operator=(PlanarBuffer&&) noexcept = default;
+
+  std::span<float* const> channels() const noexcept { return channels_; }
+  float* channel(std::int64_t channel) const noexcept { return channels_[static_cast<std::size_t>(channel)]; }
+
+  /// Silences the first `frames` frames of every channel.
+  void clear(std::int64_t frames) noexcept {
+    for (float* channel : channels_) std::fill_n(channel, frames, 0.0F);
+  }
+
+ private:
+  std::vector<float> samples_;
+  std::vector<float*> channels_;
+};
+
+}  // namespace brindlemux
