@@ -11,7 +11,8 @@ Image {
 
     width: size
     height: size
-    source: "icons/" + name + ".svg"
+    // Resolved here, since a plain text would be looked for beside the file that uses the picture.
+    source: Qt.resolvedUrl("icons/" + name + ".svg")
     sourceSize.width: size
     sourceSize.height: size
     fillMode: Image.PreserveAspectFit

@@ -1,0 +1,127 @@
+#pragma once
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <optional>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "app/controller/app_state.h"
+#include "model/file_locations.h"
+#include "model/graph_store.h"
+#include "model/system_log.h"
+#include "platform/discovery.h"
+#include "platform/driver_config.h"
+#include "platform/simulated/counting_uuid_source.h"
+#include "platform/simulated/simulated_audio_hardware.h"
+#include "platform/simulated/table_running_applications.h"
+#include "platform/simulated/virtual_clock.h"
+#include "platform/simulated/virtual_scheduler.h"
+
+namespace brindlemux {
+
+/// Reaches what the controller keeps to itself.
+class AppStateProbe {
+ public:
+  static void restartAllEngines(AppState& state) { state.restartAllEngines(); }
+  static std::size_t engineCount(const AppState& state) { return state.engines_.size(); }
+};
+
+namespace test {
+
+/// A data folder of a test's own, removed with everything in it.
+class TemporaryLocations final : public FileLocations {
+ public:
+  TemporaryLocations() {
+    std::string name = (std::filesystem::temp_directory_path() / "brindlemux-app-XXXXXX").string();
+    if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary folder");
+    folder_ = name;
+  }
+  ~TemporaryLocations() override {
+    std::error_code ignored;
+    std::filesystem::remove_all(folder_, ignored);
+  }
+  TemporaryLocations(const TemporaryLocations&) = delete;
+  TemporaryLocations& operator=(const TemporaryLocations&) = delete;
+
+  std::filesystem::path applicationSupport() const override { return folder_; }
+
+ private:
+  std::filesystem::path folder_;
+};
+
+class SilentLog final : public SystemLog {
+ public:
+  void write(std::string_view) override {}
+};
+
+/// A stereo output.
+inline SimulatedDevice output(const std::string& uid, const std::string& name) {
+  SimulatedDevice device;
+  device.uid = uid;
+  device.name = name;
+  device.outputBuffers = {2};
+  return device;
+}
+
+/// What a property answers that cannot be read.
+inline SimulatedAnswer unreadable() {
+  SimulatedAnswer answer;
+  answer.status = kAudioHardwareUnspecifiedError;
+  return answer;
+}
+
+/// Everything that a controller borrows, simulated, and the controller itself once a test starts it.
+struct SimulatedProgram {
+  SimulatedAudioHardware hardware;
+  TableRunningApplications applications;
+  VirtualClock clock;
+  CountingUUIDSource uuids;
+  VirtualScheduler scheduler;
+  TemporaryLocations locations;
+  SilentLog log;
+  GraphStore graphStore{locations, clock, log};
+  Discovery discovery{hardware, applications};
+  std::unique_ptr<AppState> state;
+
+  AppServices services() {
+    return {.engine = {.hardware = hardware, .discovery = discovery, .clock = clock, .uuids = uuids},
+            .graphStore = graphStore,
+            .scheduler = scheduler};
+  }
+
+  AppState& start() {
+    state = std::make_unique<AppState>(services());
+    return *state;
+  }
+
+  void advance(std::chrono::milliseconds duration) { scheduler.advance(duration); }
+
+  /// Has the driver publish this list, also an empty one.
+  void publish(const std::vector<VirtualDeviceConfig>& devices) {
+    if (!DriverConfig(hardware).writeDevices(devices)) throw std::logic_error("the driver refused the list");
+  }
+
+  /// The system announces a change of its device list while nothing changes.
+  void announceDevices() { hardware.removeDevice(hardware.addDevice(output("passing", "Passing"))); }
+
+  void writeGraphsFile(std::string_view text) {
+    std::filesystem::create_directories(graphStore.fileURL().parent_path());
+    std::ofstream(graphStore.fileURL(), std::ios::binary) << text;
+  }
+  std::string graphsFile() const {
+    return (std::ostringstream() << std::ifstream(graphStore.fileURL(), std::ios::binary).rdbuf()).str();
+  }
+};
+
+inline VirtualDeviceConfig device(const std::string& name, std::int64_t channels = 2) {
+  return {.uid = "BrindlemuxAudio_UID_" + name, .name = name, .channels = channels};
+}
+
+}  // namespace test
+}  // namespace brindlemux
