@@ -21,7 +21,8 @@ fi
 
 say() { printf 'run: %s\n' "$*"; }
 
-# ---- What was started, in order, and how it ends: the last first, each by its process ID.
+# ---- What was started, in order, and how it ends: the last first, each by its process ID. What others depend on is
+# started with setsid, so that Ctrl-C at a terminal reaches the program and this script, and not their ground.
 
 work=
 started=()
@@ -85,7 +86,7 @@ work=$(mktemp -d "${TMPDIR:-/tmp}/brindlemux.XXXXXX") || exit 1
 # ---- A display.
 
 start_display() {
-  Xvfb -displayfd 3 -screen 0 1600x1000x24 -nolisten tcp 3>"$work/display" </dev/null >"$work/display.log" 2>&1 &
+  setsid Xvfb -displayfd 3 -screen 0 1600x1000x24 -nolisten tcp 3>"$work/display" </dev/null >"$work/display.log" 2>&1 &
   started+=("$!")
   await "the display" $! test -s "$work/display"
   DISPLAY=:$(cat "$work/display")
@@ -104,7 +105,7 @@ fi
 # ---- The demonstration, on a server of its own.
 
 start_server() {
-  scripts/private-audio-server.sh "$work/server" --driver-dir build/$preset/lib \
+  setsid scripts/private-audio-server.sh "$work/server" --driver-dir build/$preset/lib \
     --sink "brindlemux.demo.speakers:2:Demo Speakers" --sink "$far:2:Demo Headphones" \
     </dev/null >"$work/server.out" 2>"$work/server.err" &
   server=$!
@@ -145,7 +146,7 @@ END
 # Plays the tones over and over; TERM ends it with its player. 0.251189 is -12 dB and 0.125893 is -18 dB.
 play() {
   local player
-  trap 'kill "$player" 2>/dev/null; exit 0' TERM
+  trap 'kill "$player" 2>/dev/null; wait "$player"; exit 0' TERM
   while :; do
     pw-play "$work/tones.wav" </dev/null >/dev/null 2>&1 &
     player=$!
@@ -153,9 +154,10 @@ play() {
   done
 }
 
-# Prints the peak level of each channel for every second of what comes in.
+# Prints the peak level of each channel for every second of what comes in; ends when nothing more does.
 levels() {
   local second=0
+  trap '' TERM
   # 48000 frames of 2 channels of 4 bytes.
   while head -c 384000 >"$work/second.raw" && [ "$(stat -c %s "$work/second.raw")" -eq 384000 ]; do
     second=$((second + 1))
@@ -163,7 +165,7 @@ levels() {
       awk -v second=$second \
         '/^Pk lev dB/ { printf "%4d s   Demo Headphones   left %6s dBFS   right %6s dBFS\n", second, $5, $6 }'
   done
-  say "the measurement ended: $(cat "$work/recorder.err")"
+  cat "$work/recorder.err" >&2
 }
 
 start_demonstration() {
@@ -178,10 +180,10 @@ start_demonstration() {
 
 start_measurement() {
   mkfifo "$work/recording" || exit 1
-  parec -d "$far.monitor" --raw --format=float32le --rate=48000 --channels=2 --latency-msec=50 \
-    </dev/null >"$work/recording" 2>"$work/recorder.err" &
-  started+=("$!")
   levels <"$work/recording" &
+  started+=("$!")
+  setsid parec -d "$far.monitor" --raw --format=float32le --rate=48000 --channels=2 --latency-msec=50 \
+    </dev/null >"$work/recording" 2>"$work/recorder.err" &
   started+=("$!")
 }
 

@@ -1,7 +1,9 @@
 #include "app/shell/main_window.h"
 
+#include <QGuiApplication>
 #include <QQuickItem>
 #include <QTest>
+#include <QTimer>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -150,6 +152,15 @@ TEST(MainWindow, errorLineShowsUntilItIsDismissed) {
   open.click("errorBar.dismiss");
   EXPECT_EQ(open.state->errorMessage(), std::nullopt);
   EXPECT_FALSE(open.shows("errorBar"));
+}
+
+TEST(MainWindow, closingItEndsTheProgram) {
+  const OpenWindow open;
+  QTimer::singleShot(0, open.main->window(), &QQuickWindow::close);
+  QTimer deadline;
+  QObject::connect(&deadline, &QTimer::timeout, [] { QCoreApplication::exit(1); });
+  deadline.start(std::chrono::seconds(20));
+  EXPECT_EQ(QGuiApplication::exec(), 0);
 }
 
 TEST(MainWindow, drawsOnTheSoftwareRenderer) {
