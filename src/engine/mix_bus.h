@@ -54,7 +54,7 @@ class MixBus {
   /// Threads: the main thread.
   void dropMonitorInputRing();
 
-  /// Empties the plans, the cursors and the active sets. Threads: the main thread.
+  /// Empties the plans, the cursors and the active sets and forgets the peaks. Threads: the main thread.
   void clear();
 
   /// The largest magnitude per output channel since the last call. Threads: the main thread.

@@ -45,7 +45,7 @@ std::optional<UUID> UUID::parse(std::string_view text) noexcept {
     const int value = hexValue(text[i]);
     if (value < 0) return std::nullopt;
     std::uint8_t& byte = id.bytes[nibble / 2];
-    byte = static_cast<std::uint8_t>((byte << 4U) | static_cast<unsigned>(value));
+    byte = static_cast<std::uint8_t>((static_cast<unsigned>(byte) << 4U) | static_cast<unsigned>(value));
     ++nibble;
   }
   return id;

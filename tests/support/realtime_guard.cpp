@@ -12,7 +12,6 @@
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 #define BRINDLEMUX_SANITIZED_ALLOCATOR 1
-#include <sanitizer/allocator_interface.h>
 #else
 #define BRINDLEMUX_SANITIZED_ALLOCATOR 0
 #endif
@@ -54,6 +53,10 @@ bool RealtimeGuard::countsLocks() noexcept { return BRINDLEMUX_SANITIZED_ALLOCAT
 }  // namespace brindlemux::test
 
 #if BRINDLEMUX_SANITIZED_ALLOCATOR
+
+// Of the sanitizers' runtime library; GCC installs no header for it.
+extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*)(const volatile void*, std::size_t),
+                                                         void (*)(const volatile void*));
 
 namespace {
 

@@ -26,7 +26,8 @@ struct RealtimeCounts {
 /// thread. Make no assertion in between, since those allocate.
 ///
 /// Built with the address or the thread sanitizer, allocations and frees are counted through the sanitizer's hooks, and
-/// `blockingLocks` stays 0, because the sanitizer itself stands in for the lock functions.
+/// `blockingLocks` stays 0, because the sanitizer itself stands in for the lock functions. The thread sanitizer does
+/// not report allocations of a given alignment.
 class RealtimeGuard {
  public:
   RealtimeGuard() noexcept;
