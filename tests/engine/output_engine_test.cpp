@@ -192,8 +192,8 @@ TEST_F(OutputEngineTest, rateThatIsNotPositiveCountsAsTheEngines) {
 }
 
 TEST_F(OutputEngineTest, rateThatCannotBeConvertedFailsBeforeAUnitIsMade) {
-  EXPECT_EQ(failureOf(addDevice(800, SampleRatePolicy::fixed)),
-            "Device runs at 800 Hz and 48 kHz conversion setup failed");
+  EXPECT_EQ(failureOf(addDevice(100, SampleRatePolicy::fixed)),
+            "Device runs at 100 Hz and 48 kHz conversion setup failed");
   // A fraction of a hertz is cut off.
   EXPECT_EQ(failureOf(addDevice(100.75, SampleRatePolicy::fixed)),
             "Device runs at 100 Hz and 48 kHz conversion setup failed");
@@ -304,17 +304,17 @@ TEST_F(OutputEngineTest, bufferThatIsTooShortIsNotOverrun) {
 
 // Rendering with conversion. 48000 / 44100 = 1.08843...
 
-// ceil(1.08843 * 512) + 64 = 558 + 64 = 622. The filter holds 96 of them back and about (622 - 96) / 1.08843 = 483
-// frames come out, so a second conversion follows for the other 29: ceil(1.08843 * 29) + 64 = 96.
+// ceil(1.08843 * 512) + 64 = 558 + 64 = 622. The filter looks 108 frames ahead and about (622 - 108) / 1.08843 = 473
+// come out, so a second conversion follows for the other 39: ceil(1.08843 * 39) + 64 = 107.
 TEST_F(OutputEngineTest, conversionPullsNoMoreThanItsBudget) {
   const auto engine = start(addDevice(44100, SampleRatePolicy::fixed));
   render(*engine, 512);
   ASSERT_EQ(player.calls.size(), 2U);
   EXPECT_EQ(player.calls[0], 622);
-  EXPECT_NEAR(static_cast<double>(player.calls[1]), 96, 2);
+  EXPECT_NEAR(static_cast<double>(player.calls[1]), 107, 2);
 }
 
-// After the first callback about (622 + 96 - 96) / 1.08843 - 512 = 59 frames are carried.
+// After the first callback about (622 + 107 - 108) / 1.08843 - 512 = 58.5 frames are carried.
 TEST_F(OutputEngineTest, carriedFramesAreDeliveredBeforeAnythingIsRendered) {
   const auto engine = start(addDevice(44100, SampleRatePolicy::fixed));
   render(*engine, 512);
@@ -323,7 +323,7 @@ TEST_F(OutputEngineTest, carriedFramesAreDeliveredBeforeAnythingIsRendered) {
   EXPECT_THAT(player.calls, IsEmpty());
   render(*engine, 32);
   ASSERT_EQ(player.calls.size(), 1U);
-  // About 59 - 32 = 27 are left, 5 are needed: ceil(1.08843 * 5) + 64 = 70.
+  // About 58.5 - 32 = 26.5 are left, 5.5 are needed: ceil(1.08843 * 5.5) + 64 = 70.
   EXPECT_NEAR(static_cast<double>(player.calls[0]), 70, 2);
 }
 
