@@ -50,11 +50,7 @@ bool SampleRateConverter::State::setUp(double inputHz, double outputHz) {
       isWholeRate(inputHz) && isWholeRate(outputHz) &&
       std::get<Resampler>(resampler).setup(static_cast<unsigned int>(inputHz), static_cast<unsigned int>(outputHz),
                                            channelCount, filterHalfLength) == 0;
-  if (!ready) {
-    // The library checks the ratio only after it has sized its tables by it.
-    if (const double ratio = outputHz / inputHz; ratio < 1.0 / 16 || ratio > 64) return false;
-    ready = resampler.emplace<VResampler>().setup(outputHz / inputHz, channelCount, filterHalfLength) == 0;
-  }
+  if (!ready) ready = resampler.emplace<VResampler>().setup(outputHz / inputHz, channelCount, filterHalfLength) == 0;
   if (!ready) return false;
   inputPerOutput = inputHz / outputHz;
   inputChunk.resize(static_cast<std::size_t>(chunkFrames * channels));

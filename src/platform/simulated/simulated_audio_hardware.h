@@ -56,6 +56,10 @@ class SimulatedAudioHardware final : public AudioHardware {
     objects_.clearAnswer(object, address);
   }
 
+  /// Whether createAudioUnit makes a unit, or answers success without one.
+  enum class UnitCreation { makes, succeedsWithoutUnit };
+  void setUnitCreation(UnitCreation creation) { unitCreation_ = creation; }
+
   // What happened.
 
   CallJournal& journal() noexcept { return journal_; }
@@ -123,6 +127,7 @@ class SimulatedAudioHardware final : public AudioHardware {
   AudioObjectID driver_ = kAudioObjectUnknown;
   std::vector<std::string> publishedUIDs_;
   double driverSampleRateHz_ = 48000;
+  UnitCreation unitCreation_ = UnitCreation::makes;
 };
 
 }  // namespace brindlemux

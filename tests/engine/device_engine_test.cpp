@@ -1,0 +1,542 @@
+#include "engine/device_engine.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "support/engine_scene.h"
+
+namespace brindlemux {
+namespace {
+
+using test::inputDevice;
+using test::loopbackDevice;
+using test::outputDevice;
+using test::playingProcess;
+using testing::Contains;
+using testing::Each;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::SizeIs;
+using testing::UnorderedElementsAre;
+
+SimulatedSignal constant(float value) {
+  return [value](std::int64_t, std::uint32_t) { return value; };
+}
+
+UUID node(std::uint64_t number) { return CountingUUIDSource::identifier(1000 + number); }
+
+class DeviceEngineTest : public testing::Test, public test::EngineScene {
+ protected:
+  AudioObjectID virtualDevice = hardware.addDevice(loopbackDevice("BrindlemuxAudio_UID_A"));
+  AudioObjectID speakers = hardware.addDevice(outputDevice("Speakers"));
+  AudioObjectID microphone = hardware.addDevice(inputDevice("Microphone", 2, constant(0.25F)));
+  AudioObjectID player = hardware.addProcess(playingProcess(100, "com.example.Player", constant(0.125F)));
+  DeviceGraph graph{"BrindlemuxAudio_UID_A"};
+  DeviceEngine engine{"BrindlemuxAudio_UID_A", graph, services};
+  std::int64_t deviceChannels = 2;
+
+  /// Brings the engine into line with `graph` and the server; returns the calls that this took.
+  std::vector<std::string> reconcile() {
+    takeJournal();
+    engine.setGraph(graph);
+    engine.reconcile(deviceChannels, discovery.listAudioProcesses(), discovery.listAudioDevices());
+    return takeJournal();
+  }
+
+  UUID addSource(std::uint64_t number, SourceKindConfig kind, bool wired = true) {
+    SourceNodeConfig source;
+    source.id = node(number);
+    source.kind = std::move(kind);
+    graph.sources.push_back(source);
+    if (wired) {
+      graph.wires.push_back({source.id, 0, 0});
+      graph.wires.push_back({source.id, 1, 1});
+    }
+    return source.id;
+  }
+  UUID addMic(std::uint64_t number, const std::string& uid = "Microphone") {
+    return addSource(number, MicSource{uid, uid});
+  }
+  UUID addApp(std::uint64_t number, const std::string& bundleID = "com.example.Player") {
+    return addSource(number, AppSource{bundleID, bundleID});
+  }
+  UUID addMonitor(std::uint64_t number, const std::string& uid = "Speakers") {
+    MonitorNodeConfig monitor;
+    monitor.id = node(number);
+    monitor.deviceUID = uid;
+    monitor.name = uid;
+    graph.monitors.push_back(monitor);
+    graph.monitorWires.push_back({0, monitor.id, 0});
+    graph.monitorWires.push_back({1, monitor.id, 1});
+    return monitor.id;
+  }
+};
+
+std::string startingLine(const std::string& device, const std::string& proc) {
+  return "startDevice " + device + " " + proc;
+}
+
+// Starting and stopping.
+
+TEST_F(DeviceEngineTest, startsNothingByItself) {
+  EXPECT_THAT(takeJournal(), IsEmpty());
+  EXPECT_EQ(engine.deviceUID(), "BrindlemuxAudio_UID_A");
+  EXPECT_EQ(engine.lastError, std::nullopt);
+  EXPECT_TRUE(engine.meterSnapshot().sourcePeaks.empty());
+}
+
+TEST_F(DeviceEngineTest, startsEverythingInAFixedOrderAndStopsItInAnother) {
+  addMic(1);
+  addApp(2);
+  addMonitor(3);
+  EXPECT_THAT(
+      reconcile(),
+      ElementsAre("setPropertyData Microphone fsiz = 256",
+                  "createIOProc Microphone on com.brindlemux.input-io -> proc1", "startDevice Microphone proc1",
+                  HasSubstr("createProcessTap"), HasSubstr("createAggregateDevice"),
+                  "setPropertyData aggregate1 fsiz = 256", "createIOProc aggregate1 on com.brindlemux.tap-io -> proc2",
+                  "startDevice aggregate1 proc2", "setPropertyData BrindlemuxAudio_UID_A fsiz = 256",
+                  "createAudioUnit 1 -> unit1", HasSubstr("unit1 EnableIO input"), HasSubstr("unit1 EnableIO output"),
+                  "setAudioUnitProperty unit1 CurrentDevice global 0 = BrindlemuxAudio_UID_A",
+                  HasSubstr("unit1 StreamFormat"), HasSubstr("unit1 SetRenderCallback"), "initializeAudioUnit unit1",
+                  "startOutputUnit unit1", "setPropertyData BrindlemuxAudio_UID_A fsiz = 256",
+                  "createIOProc BrindlemuxAudio_UID_A on com.brindlemux.input-io -> proc3",
+                  "startDevice BrindlemuxAudio_UID_A proc3", "setPropertyData Speakers fsiz = 256",
+                  "createAudioUnit 1 -> unit2", HasSubstr("unit2 EnableIO input"), HasSubstr("unit2 EnableIO output"),
+                  "setAudioUnitProperty unit2 CurrentDevice global 0 = Speakers", HasSubstr("unit2 StreamFormat"),
+                  HasSubstr("unit2 SetRenderCallback"), "initializeAudioUnit unit2", "startOutputUnit unit2"));
+  EXPECT_EQ(engine.lastError, std::nullopt);
+
+  engine.stopAll();
+  const auto lines = takeJournal();
+  ASSERT_EQ(lines.size(), 14U);
+  EXPECT_THAT(std::vector(lines.begin(), lines.begin() + 8),
+              ElementsAre("stopOutputUnit unit2", "uninitializeAudioUnit unit2", "disposeAudioUnit unit2",
+                          "stopOutputUnit unit1", "uninitializeAudioUnit unit1", "disposeAudioUnit unit1",
+                          "stopDevice BrindlemuxAudio_UID_A proc3", "destroyIOProc BrindlemuxAudio_UID_A proc3"));
+  // The sources follow, in no particular order among themselves.
+  EXPECT_THAT(std::vector(lines.begin() + 8, lines.end()),
+              UnorderedElementsAre("stopDevice Microphone proc1", "destroyIOProc Microphone proc1",
+                                   "stopDevice aggregate1 proc2", "destroyIOProc aggregate1 proc2",
+                                   "destroyAggregateDevice aggregate1", "destroyProcessTap tap1"));
+  EXPECT_THAT(hardware.liveResources(), IsEmpty());
+  engine.stopAll();
+  EXPECT_THAT(takeJournal(), IsEmpty());
+}
+
+TEST_F(DeviceEngineTest, reconcilingAgainKeepsEverything) {
+  addMic(1);
+  addApp(2);
+  addSource(3, SystemAudioSource{});
+  addMonitor(4);
+  reconcile();
+  EXPECT_THAT(reconcile(), IsEmpty());
+}
+
+TEST_F(DeviceEngineTest, destructorStopsEverything) {
+  addMic(1);
+  addMonitor(2);
+  {
+    DeviceEngine shortLived("BrindlemuxAudio_UID_A", graph, services);
+    shortLived.reconcile(2, {}, discovery.listAudioDevices());
+    EXPECT_THAT(hardware.liveResources(), Not(IsEmpty()));
+  }
+  EXPECT_THAT(hardware.liveResources(), IsEmpty());
+}
+
+TEST_F(DeviceEngineTest, disabledGraphTearsEverythingDownAndEnablingStartsAfresh) {
+  addMic(1);
+  addMonitor(2);
+  const auto started = reconcile();
+  graph.enabled = false;
+  reconcile();
+  EXPECT_THAT(hardware.liveResources(), IsEmpty());
+  EXPECT_THAT(reconcile(), IsEmpty());
+  graph.enabled = true;
+  EXPECT_EQ(reconcile().size(), started.size());
+}
+
+TEST_F(DeviceEngineTest, missingDeviceTearsEverythingDown) {
+  addMic(1);
+  addMonitor(2);
+  reconcile();
+  hardware.removeDevice(virtualDevice);
+  reconcile();
+  EXPECT_THAT(hardware.liveResources(), IsEmpty());
+  EXPECT_EQ(engine.lastError, std::nullopt);
+}
+
+// The buffer size.
+
+struct Latency {
+  std::int64_t frames;
+  std::int64_t used;
+};
+
+class DeviceEngineLatency : public DeviceEngineTest, public testing::WithParamInterface<Latency> {};
+
+TEST_P(DeviceEngineLatency, isClampedForEveryCaptureAndOutput) {
+  addMic(1);
+  addApp(2);
+  addMonitor(3);
+  graph.latencyFrames = GetParam().frames;
+  const auto lines = reconcile();
+  const std::string size = " fsiz = " + std::to_string(GetParam().used);
+  for (const char* device : {"Microphone", "aggregate1", "BrindlemuxAudio_UID_A", "Speakers"}) {
+    EXPECT_THAT(lines, Contains("setPropertyData " + std::string(device) + size));
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Frames, DeviceEngineLatency,
+                         testing::Values(Latency{-5, 32}, Latency{16, 32}, Latency{32, 32}, Latency{512, 512},
+                                         Latency{4096, 4096}, Latency{8192, 4096}));
+
+TEST_F(DeviceEngineTest, changeOfLatencyAloneRebuildsNothing) {
+  addMic(1);
+  reconcile();
+  graph.latencyFrames = 64;
+  EXPECT_THAT(reconcile(), IsEmpty());
+}
+
+// The virtual output and the loop-back.
+
+TEST_F(DeviceEngineTest, graphWithoutWiresHasNoVirtualOutput) {
+  const UUID mic = addMic(1);
+  graph.wires.clear();
+  addMonitor(2);
+  EXPECT_THAT(reconcile(), Not(Contains(HasSubstr("CurrentDevice global 0 = BrindlemuxAudio_UID_A"))));
+  EXPECT_THAT(hardware.liveResources(),
+              UnorderedElementsAre("proc1 on Microphone running", "proc2 on BrindlemuxAudio_UID_A running",
+                                   "unit1 on Speakers running"));
+  graph.wires.push_back({mic, 0, 0});
+  EXPECT_THAT(reconcile(), Contains("setAudioUnitProperty unit2 CurrentDevice global 0 = BrindlemuxAudio_UID_A"));
+  graph.wires.clear();
+  EXPECT_THAT(reconcile(),
+              ElementsAre("stopOutputUnit unit2", "uninitializeAudioUnit unit2", "disposeAudioUnit unit2"));
+}
+
+TEST_F(DeviceEngineTest, changedChannelCountReplacesTheVirtualOutputAlone) {
+  addMic(1);
+  reconcile();
+  deviceChannels = 4;
+  const auto lines = reconcile();
+  EXPECT_EQ(lines.front(), "stopOutputUnit unit1");
+  EXPECT_THAT(lines, Contains(HasSubstr("StreamFormat input 0 = lpcm flags 9, 48000 Hz, 4 channels")));
+  EXPECT_THAT(lines, Not(Contains(HasSubstr("IOProc"))));
+}
+
+TEST_F(DeviceEngineTest, moreThanSixteenChannelsReplaceTheVirtualOutputEveryTime) {
+  addMic(1);
+  deviceChannels = 17;
+  reconcile();
+  EXPECT_THAT(reconcile(), Contains("stopOutputUnit unit1"));
+  EXPECT_THAT(hardware.liveResources(), Contains("unit2 on BrindlemuxAudio_UID_A running"));
+}
+
+TEST_F(DeviceEngineTest, recreatedDeviceGetsANewOutputAndLoopback) {
+  addMic(1);
+  addMonitor(2);
+  reconcile();
+  hardware.removeDevice(virtualDevice);
+  virtualDevice = hardware.addDevice(loopbackDevice("BrindlemuxAudio_UID_A"));
+  const auto lines = reconcile();
+  EXPECT_THAT(lines, Contains("disposeAudioUnit unit1"));
+  EXPECT_THAT(lines, Contains("setAudioUnitProperty unit3 CurrentDevice global 0 = BrindlemuxAudio_UID_A"));
+  EXPECT_THAT(lines, Contains("createIOProc BrindlemuxAudio_UID_A on com.brindlemux.input-io -> proc3"));
+  EXPECT_THAT(hardware.liveResources(),
+              UnorderedElementsAre("proc1 on Microphone running", "proc3 on BrindlemuxAudio_UID_A running",
+                                   "unit2 on Speakers running", "unit3 on BrindlemuxAudio_UID_A running"));
+}
+
+// Monitors hear the new loop-back from its reset distance on, as new readers do.
+TEST_F(DeviceEngineTest, monitorHearsARecreatedDevice) {
+  addMic(1);
+  addMonitor(2);
+  reconcile();
+  hardware.advance(4800);
+  hardware.removeDevice(virtualDevice);
+  virtualDevice = hardware.addDevice(loopbackDevice("BrindlemuxAudio_UID_A"));
+  reconcile();
+  hardware.takeOutput(speakers);
+  hardware.advance(9600);
+  EXPECT_EQ(hardware.takeOutput(speakers).at(0).back(), 0.25F);
+}
+
+// Sources.
+
+TEST_F(DeviceEngineTest, disabledSourceKeepsCapturing) {
+  const UUID mic = addMic(1);
+  graph.sources.front().enabled = false;
+  reconcile();
+  hardware.advance(480);
+  EXPECT_EQ(engine.meterSnapshot().sourcePeaks.at(mic), (std::vector<float>{0.25F, 0.25F}));
+  EXPECT_THAT(engine.meterSnapshot().outputPeaks, Each(0.0F));
+}
+
+TEST_F(DeviceEngineTest, removedSourceIsStopped) {
+  addMic(1);
+  addMic(2);
+  reconcile();
+  graph.sources.erase(graph.sources.begin());
+  EXPECT_THAT(reconcile(), ElementsAre("stopDevice Microphone proc1", "destroyIOProc Microphone proc1"));
+}
+
+TEST_F(DeviceEngineTest, missingInputDeviceIsNoErrorAndStartsWhenItComes) {
+  const UUID mic = addMic(1, "Headset");
+  reconcile();
+  EXPECT_EQ(engine.lastError, std::nullopt);
+  EXPECT_FALSE(engine.meterSnapshot().sourcePeaks.contains(mic));
+  hardware.addDevice(inputDevice("Headset"));
+  EXPECT_THAT(reconcile(), Contains(startingLine("Headset", "proc2")));
+  EXPECT_TRUE(engine.meterSnapshot().sourcePeaks.contains(mic));
+}
+
+TEST_F(DeviceEngineTest, inputDeviceThatGoesIsDroppedAndReplacedWhenItReturns) {
+  addMic(1);
+  reconcile();
+  hardware.removeDevice(microphone);
+  EXPECT_THAT(reconcile(),
+              ElementsAre(HasSubstr("stopDevice Microphone proc1"), HasSubstr("destroyIOProc Microphone proc1")));
+  hardware.addDevice(inputDevice("Microphone"));
+  EXPECT_THAT(reconcile(), Contains("startDevice Microphone proc3"));
+}
+
+TEST_F(DeviceEngineTest, inputDeviceWithANewIDIsReplacedAtOnce) {
+  addMic(1);
+  reconcile();
+  hardware.removeDevice(microphone);
+  hardware.addDevice(inputDevice("Microphone"));
+  EXPECT_THAT(reconcile(), Contains("startDevice Microphone proc3"));
+}
+
+TEST_F(DeviceEngineTest, playingProcessOfAnApplicationIsPreferred) {
+  hardware.process(player).isPlaying = false;
+  applications.set(100, "Player");
+  const AudioObjectID playing = hardware.addProcess(playingProcess(101, "com.example.Player"));
+  addApp(1);
+  EXPECT_THAT(reconcile(), Contains(HasSubstr("createProcessTap \"Brindlemux Tap\" of " + std::to_string(playing))));
+  // The choice stays while that process is there, whichever plays.
+  hardware.process(playing).isPlaying = false;
+  hardware.process(player).isPlaying = true;
+  applications.set(101, "Player");
+  EXPECT_THAT(reconcile(), IsEmpty());
+}
+
+TEST_F(DeviceEngineTest, firstProcessIsTakenWhenNonePlays) {
+  hardware.process(player).isPlaying = false;
+  SimulatedProcess other = playingProcess(101, "com.example.Player");
+  other.isPlaying = false;
+  hardware.addProcess(other);
+  applications.set(100, "Player");
+  applications.set(101, "Player");
+  addApp(1);
+  EXPECT_THAT(reconcile(), Contains(HasSubstr("createProcessTap \"Brindlemux Tap\" of " + std::to_string(player))));
+}
+
+TEST_F(DeviceEngineTest, applicationThatQuitsLosesItsTapUntilItIsListedAgain) {
+  const UUID app = addApp(1);
+  reconcile();
+  hardware.removeProcess(player);
+  EXPECT_THAT(reconcile(), ElementsAre("stopDevice aggregate1 proc1", "destroyIOProc aggregate1 proc1",
+                                       "destroyAggregateDevice aggregate1", "destroyProcessTap tap1"));
+  EXPECT_THAT(reconcile(), IsEmpty());
+  EXPECT_FALSE(engine.meterSnapshot().sourcePeaks.contains(app));
+  hardware.addProcess(playingProcess(200, "com.example.Player"));
+  EXPECT_THAT(reconcile(), Contains("startDevice aggregate2 proc3"));
+  EXPECT_EQ(engine.lastError, std::nullopt);
+}
+
+TEST_F(DeviceEngineTest, tapMovesToAnotherProcessOfTheApplication) {
+  addApp(1);
+  reconcile();
+  hardware.removeProcess(player);
+  const AudioObjectID other = hardware.addProcess(playingProcess(101, "com.example.Player"));
+  const auto lines = reconcile();
+  EXPECT_EQ(lines.front(), "stopDevice aggregate1 proc1");
+  EXPECT_THAT(lines, Contains(HasSubstr("createProcessTap \"Brindlemux Tap\" of " + std::to_string(other))));
+}
+
+TEST_F(DeviceEngineTest, tapWhoseClockIsGoneIsReplaced) {
+  const AudioObjectID headphones = hardware.addDevice(outputDevice("Headphones"));
+  hardware.setDefaultOutputDevice(headphones);
+  addApp(1);
+  addSource(2, SystemAudioSource{});
+  reconcile();
+  hardware.removeDevice(headphones);
+  const auto lines = reconcile();
+  EXPECT_THAT(lines, Contains("destroyProcessTap tap1"));
+  EXPECT_THAT(lines, Contains("destroyProcessTap tap2"));
+  EXPECT_THAT(lines, Contains(HasSubstr("createAggregateDevice {master: \"Speakers\"")).Times(2));
+  EXPECT_THAT(hardware.liveResources(), SizeIs(8));  // 2 taps, 2 aggregates, 3 procedures, 1 unit
+}
+
+TEST_F(DeviceEngineTest, systemAudioTapStays) {
+  addSource(1, SystemAudioSource{});
+  EXPECT_THAT(reconcile(), Contains(HasSubstr("createProcessTap \"Brindlemux Tap\" of all except")));
+  hardware.removeProcess(player);
+  EXPECT_THAT(reconcile(), IsEmpty());
+}
+
+// Monitors.
+
+TEST_F(DeviceEngineTest, monitorHasItsDevicesChannelsFromOneToSixteen) {
+  hardware.addDevice(outputDevice("Large", 32));
+  hardware.addDevice(inputDevice("No output"));
+  addMonitor(1, "Large");
+  addMonitor(2, "No output");
+  const auto lines = reconcile();
+  EXPECT_THAT(lines, Contains(HasSubstr("unit1 StreamFormat input 0 = lpcm flags 9, 48000 Hz, 16 channels")));
+  EXPECT_THAT(lines, Contains(HasSubstr("unit2 StreamFormat input 0 = lpcm flags 9, 48000 Hz, 1 channels")));
+}
+
+TEST_F(DeviceEngineTest, monitorWhoseDeviceGoesLosesItsOutputUntilItReturns) {
+  addMonitor(1);
+  reconcile();
+  hardware.removeDevice(speakers);
+  EXPECT_THAT(reconcile(),
+              ElementsAre("stopOutputUnit unit1", "uninitializeAudioUnit unit1", "disposeAudioUnit unit1"));
+  EXPECT_THAT(reconcile(), IsEmpty());
+  EXPECT_EQ(engine.lastError, std::nullopt);
+  speakers = hardware.addDevice(outputDevice("Speakers"));
+  EXPECT_THAT(reconcile(), Contains("startOutputUnit unit2"));
+}
+
+TEST_F(DeviceEngineTest, monitorWhoseDeviceChangesItsChannelsIsReplaced) {
+  addMonitor(1);
+  reconcile();
+  hardware.device(speakers).outputBuffers = {4};
+  const auto lines = reconcile();
+  EXPECT_EQ(lines.front(), "stopOutputUnit unit1");
+  EXPECT_THAT(lines, Contains(HasSubstr("unit2 StreamFormat input 0 = lpcm flags 9, 48000 Hz, 4 channels")));
+}
+
+TEST_F(DeviceEngineTest, disabledOrRemovedMonitorIsStopped) {
+  addMonitor(1);
+  addMonitor(2);
+  reconcile();
+  graph.monitors[0].enabled = false;
+  EXPECT_THAT(reconcile(),
+              ElementsAre("stopOutputUnit unit1", "uninitializeAudioUnit unit1", "disposeAudioUnit unit1"));
+  graph.monitors.clear();
+  EXPECT_THAT(reconcile(),
+              ElementsAre("stopOutputUnit unit2", "uninitializeAudioUnit unit2", "disposeAudioUnit unit2"));
+}
+
+// Failures.
+
+TEST_F(DeviceEngineTest, failuresAreKeptAndTheRestRunsOn) {
+  addMic(1);
+  addApp(2);
+  addMonitor(3);
+  hardware.journal().failNext("createProcessTap", -50);
+  reconcile();
+  EXPECT_EQ(engine.lastError, "Creating process tap failed (OSStatus -50)");
+  EXPECT_THAT(hardware.liveResources(),
+              UnorderedElementsAre("proc1 on Microphone running", "proc2 on BrindlemuxAudio_UID_A running",
+                                   "unit1 on BrindlemuxAudio_UID_A running", "unit2 on Speakers running"));
+  // The next reconcile tries again and leaves the message for its reader.
+  reconcile();
+  EXPECT_EQ(engine.lastError, "Creating process tap failed (OSStatus -50)");
+  EXPECT_THAT(hardware.liveResources(), Contains("tap1"));
+}
+
+TEST_F(DeviceEngineTest, theLatestFailureIsKept) {
+  addMic(1);
+  addMonitor(2);
+  hardware.journal().failNext("startDevice Microphone", -1);
+  hardware.journal().failNext("createAudioUnit", -2);
+  hardware.journal().failNext("startDevice BrindlemuxAudio_UID_A", -3);
+  hardware.journal().failNext("initializeAudioUnit unit1", -4);
+  reconcile();
+  EXPECT_EQ(engine.lastError, "Initializing audio unit failed (OSStatus -4)");
+  EXPECT_THAT(hardware.liveResources(), IsEmpty());
+  engine.lastError = std::nullopt;
+  reconcile();
+  EXPECT_EQ(engine.lastError, std::nullopt);
+  EXPECT_THAT(hardware.liveResources(), SizeIs(4));
+}
+
+// Every changing call fails once, in turn: nothing leaks, nothing throws, and the next reconcile mends it.
+TEST_F(DeviceEngineTest, anyFailingCallIsMendedByTheNextReconcile) {
+  addMic(1);
+  addApp(2);
+  addSource(3, SystemAudioSource{});
+  addMonitor(4);
+  const std::size_t calls = reconcile().size();
+  const std::size_t resources = hardware.liveResources().size();
+  ASSERT_GT(calls, 30U);
+  for (std::size_t call = 1; call <= calls; ++call) {
+    engine.stopAll();
+    ASSERT_THAT(hardware.liveResources(), IsEmpty()) << "call " << call;
+    hardware.journal().failCall(static_cast<std::int64_t>(call), -50);
+    reconcile();
+    ASSERT_EQ(hardware.journal().pendingFaults(), 0U) << "call " << call;
+    reconcile();
+    ASSERT_THAT(hardware.liveResources(), SizeIs(resources)) << "call " << call;
+  }
+}
+
+// Sound.
+
+// The microphone's 0.25 goes at gain 0.5 to both channels, the application's 0.125 at unity to the first.
+TEST_F(DeviceEngineTest, soundGoesFromTheSourcesThroughTheDeviceToTheMonitor) {
+  const UUID mic = addMic(1);
+  graph.sources.back().gain = 0.5F;
+  const UUID app = addApp(2);
+  graph.wires.pop_back();
+  addMonitor(3);
+  reconcile();
+  hardware.advance(48000);
+  const auto output = hardware.takeOutput(virtualDevice);
+  // 0.25 * 0.5 + 0.125 and 0.25 * 0.5
+  EXPECT_EQ(output.at(0).back(), 0.25F);
+  EXPECT_EQ(output.at(1).back(), 0.125F);
+  const auto monitor = hardware.takeOutput(speakers);
+  EXPECT_EQ(monitor.at(0).back(), 0.25F);
+  EXPECT_EQ(monitor.at(1).back(), 0.125F);
+
+  const MeterSnapshot meters = engine.meterSnapshot();
+  EXPECT_EQ(meters.sourcePeaks.at(mic), (std::vector<float>{0.25F, 0.25F}));
+  EXPECT_EQ(meters.sourcePeaks.at(app), (std::vector<float>{0.125F, 0.125F}));
+  EXPECT_EQ(meters.outputPeaks, (std::vector<float>{0.25F, 0.125F}));
+  EXPECT_EQ(meters.passThruPeaks, (std::vector<float>{0, 0}));
+}
+
+TEST_F(DeviceEngineTest, gainChangeIsHeardWithoutAGap) {
+  addMic(1);
+  reconcile();
+  hardware.advance(48000);
+  hardware.takeOutput(virtualDevice);
+  graph.masterGain = 0.5F;
+  EXPECT_THAT(reconcile(), IsEmpty());
+  hardware.advance(4800);
+  const auto output = hardware.takeOutput(virtualDevice);
+  EXPECT_THAT(output.at(0), testing::AllOf(Not(IsEmpty()), Each(0.125F)));
+}
+
+TEST_F(DeviceEngineTest, foreignAudioInTheDeviceIsMeteredAsPassThrough) {
+  SimulatedProcess foreign = playingProcess(300, std::nullopt, constant(0.5F));
+  foreign.outputUID = "BrindlemuxAudio_UID_A";
+  hardware.addProcess(foreign);
+  reconcile();
+  hardware.advance(4800);
+  const MeterSnapshot meters = engine.meterSnapshot();
+  EXPECT_EQ(meters.passThruPeaks, (std::vector<float>{0.5F, 0.5F}));
+  EXPECT_EQ(meters.outputPeaks, (std::vector<float>{0.5F, 0.5F}));
+}
+
+TEST_F(DeviceEngineTest, stoppedEngineMetersNothing) {
+  addMic(1);
+  reconcile();
+  hardware.advance(4800);
+  engine.meterSnapshot();
+  engine.stopAll();
+  const MeterSnapshot meters = engine.meterSnapshot();
+  EXPECT_TRUE(meters.sourcePeaks.empty());
+  EXPECT_THAT(meters.outputPeaks, Each(0.0F));
+}
+
+}  // namespace
+}  // namespace brindlemux
