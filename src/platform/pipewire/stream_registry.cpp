@@ -22,6 +22,9 @@ const Held* member(const Dictionary& dictionary, std::string_view key) {
 
 OSStatus StreamRegistry::createTap(const TapDescription& description, AudioObjectID& tap) {
   const auto guard = server_.lock();
+  for (const AudioObjectID process : description.processes) {
+    if (server_.process(process) == nullptr) return kAudioHardwareBadObjectError;
+  }
   tap = server_.ids().fresh();
   taps_.emplace(tap, description);
   return noErr;
@@ -44,7 +47,9 @@ const TapDescription* StreamRegistry::tapOf(const Dictionary& aggregate) const {
 
 OSStatus StreamRegistry::createAggregate(const Dictionary& description, AudioObjectID& device) {
   const auto guard = server_.lock();
-  if (tapOf(description) == nullptr || member<std::string>(description, "uid") == nullptr) {
+  const auto* const clockUID = member<std::string>(description, "master");
+  const bool hasClock = clockUID != nullptr && server_.deviceWithUID(*clockUID) != nullptr;
+  if (!hasClock || tapOf(description) == nullptr || member<std::string>(description, "uid") == nullptr) {
     return kAudioHardwareIllegalOperationError;
   }
   device = server_.ids().fresh();
