@@ -215,7 +215,10 @@ restart_session_manager() {
   start wireplumber wireplumber
 }
 
-# finish STATUS: the only way out once a child runs.
+# No child outlives this script, whatever ends it.
+trap stop_all EXIT
+
+# finish STATUS: the way out once a child runs.
 finish() {
   trap '' TERM INT HUP USR1
   stop_all

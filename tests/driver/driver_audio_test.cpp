@@ -30,11 +30,9 @@ WavFile tones(std::size_t channels) {
 // Every channel has its own tone at the level played, and the others' tones stay below -80 dB.
 void expectTones(const WavFile& recorded, std::size_t channels) {
   ASSERT_EQ(recorded.channels.size(), channels);
-  ASSERT_GE(recorded.frames(), measuredFrames);
   for (std::size_t channel = 0; channel < channels; ++channel) {
-    const std::span<const float> end = std::span(recorded.channels[channel]).last(measuredFrames);
     for (std::size_t tone = 0; tone < channels; ++tone) {
-      const double level = toneLevelDb(end, frequencyOf(tone), rateHz);
+      const double level = toneLevelDb(recorded.channels[channel], frequencyOf(tone), rateHz);
       if (tone == channel) {
         EXPECT_NEAR(level, 20 * std::log10(amplitudeOf(channel)), 0.001) << "channel " << channel;
       } else {
@@ -49,8 +47,9 @@ class DriverAudio : public DriverFixture {
   void expectLoop(std::vector<std::string> player, std::vector<std::string> recorder, std::size_t channels) {
     const auto playing = play(server_, std::move(player), tones(channels), "played.wav");
     Recording recording(server_, std::move(recorder), "recorded.wav");
-    ASSERT_TRUE(recording.waitForSound(measuredFrames)) << playing->error() << server_.logs();
-    expectTones(recording.finish(), channels);
+    const auto recorded = recording.waitForSound(measuredFrames);
+    ASSERT_TRUE(recorded) << playing->error() << server_.logs();
+    expectTones(*recorded, channels);
   }
 };
 
@@ -113,8 +112,9 @@ TEST_F(DriverAudio, soundArrivesAlsoWhenTheRecorderWasFirst) {
   Recording recording(server_, nativeRecorder("a.source", 2), "recorded.wav");
   ASSERT_TRUE(recording.waitForMore(4800)) << "silence is recorded too";
   const auto playing = play(server_, nativePlayer("a", 2), tones(2), "played.wav");
-  ASSERT_TRUE(recording.waitForSound(measuredFrames));
-  expectTones(recording.finish(), 2);
+  const auto recorded = recording.waitForSound(measuredFrames);
+  ASSERT_TRUE(recorded);
+  expectTones(*recorded, 2);
 }
 
 TEST_F(DriverAudio, theDevicesVolumeActsOnWhatIsRecorded) {
@@ -141,38 +141,53 @@ TEST_F(DriverAudio, twoDevicesDoNotMix) {
   const auto playingA = play(server_, nativePlayer("a", 2), tones(2), "played.wav");
   Recording recordingA(server_, nativeRecorder("a.source", 2), "a.wav");
   Recording recordingB(server_, nativeRecorder("b.source", 2), "b.wav");
-  ASSERT_TRUE(recordingA.waitForSound(measuredFrames));
-  ASSERT_TRUE(recordingB.waitForSound(measuredFrames));
-  const WavFile a = recordingA.finish();
-  expectTones(a, 2);
-  EXPECT_LT(toneLevelDb(std::span(a.channels[0]).last(measuredFrames), 5000, rateHz), -80);
-  EXPECT_NEAR(toneLevelDb(std::span(recordingB.finish().channels[1]).last(measuredFrames), 5000, rateHz),
-              20 * std::log10(0.5), 0.001);
+  const auto a = recordingA.waitForSound(measuredFrames);
+  const auto b = recordingB.waitForSound(measuredFrames);
+  ASSERT_TRUE(a && b);
+  expectTones(*a, 2);
+  EXPECT_LT(toneLevelDb(a->channels[0], 5000, rateHz), -80);
+  EXPECT_NEAR(toneLevelDb(b->channels[1], 5000, rateHz), 20 * std::log10(0.5), 0.001);
+}
+
+// Plays and records numbered samples while `disturb` runs; not one may be lost. A machine that does not run a real-time
+// thread for tens of milliseconds loses a period whatever the driver does: such a measurement says nothing and is made
+// again, a few times.
+template <typename Disturb>
+void expectUnbroken(const PrivateServer& server, Disturb&& disturb) {
+  std::string lastBreak;
+  for (int attempt = 0; attempt < 5; ++attempt) {
+    const LoopProbe probe(server, "a", "a.source");
+    ASSERT_TRUE(probe.waitForMore(measuredFrames));
+    disturb(probe);
+    lastBreak = probe.firstBreak();
+    if (lastBreak.empty() || !probe.stalled()) break;
+  }
+  EXPECT_EQ(lastBreak, "");
 }
 
 TEST_F(DriverAudio, renamingDoesNotBreakARunningRecording) {
   publish({{"a", "A", 2}});
-  const LoopProbe probe(server_, "a", "a.source");
-  ASSERT_TRUE(probe.waitForMore(measuredFrames));
-  for (const char* name : {"B", "C", "D", "E"}) {
-    publish({{"a", name, 2}});
-    ASSERT_TRUE(probe.waitForMore(4800));
-  }
+  const auto before = dump().node("a.source");
+  expectUnbroken(server_, [this](const LoopProbe& probe) {
+    for (const char* name : {"B", "C", "D", "E"}) {
+      publish({{"a", name, 2}});
+      ASSERT_TRUE(probe.waitForMore(4800));
+    }
+  });
   EXPECT_EQ(dump().node("a.source")->property("node.description"), "E");
-  EXPECT_EQ(probe.firstBreak(), std::nullopt);
+  EXPECT_EQ(dump().node("a.source")->serial, before->serial);
 }
 
 TEST_F(DriverAudio, otherDevicesComingAndGoingDoNotBreakARunningRecording) {
   publish({{"a", "A", 2}});
-  const LoopProbe probe(server_, "a", "a.source");
-  ASSERT_TRUE(probe.waitForMore(measuredFrames));
-  publish({{"b", "B", 4}, {"a", "A", 2}});
-  ASSERT_TRUE(probe.waitForMore(4800));
-  publish({{"b", "B", 16}, {"a", "A", 2}});
-  ASSERT_TRUE(probe.waitForMore(4800));
-  publish({{"a", "A", 2}});
-  ASSERT_TRUE(probe.waitForMore(4800));
-  EXPECT_EQ(probe.firstBreak(), std::nullopt);
+  expectUnbroken(server_, [this](const LoopProbe& probe) {
+    publish({{"b", "B", 4}, {"a", "A", 2}});
+    ASSERT_TRUE(probe.waitForMore(4800));
+    publish({{"b", "B", 16}, {"a", "A", 2}});
+    ASSERT_TRUE(probe.waitForMore(4800));
+    publish({{"a", "A", 2}});
+    ASSERT_TRUE(probe.waitForMore(4800));
+  });
 }
 
 }  // namespace

@@ -107,6 +107,10 @@ void LoopProbe::record() noexcept {
   }
   const std::size_t frames = channels[0].chunk->size / sizeof(float);
   std::size_t heard = heard_.load();
+  const auto now = std::chrono::steady_clock::now();
+  const std::chrono::duration<double> latest(1.5 * static_cast<double>(frames) / sampleRateHz);
+  if (heard > 0 && now - lastCallback_ > latest) stalled_.store(true);
+  lastCallback_ = now;
   for (std::size_t frame = 0; frame < frames; ++frame) {
     // What comes before the first sound is not part of the recording.
     if ((heard == 0 && samples[0][frame] == 0) || heard == mostFrames) continue;
@@ -123,13 +127,15 @@ bool LoopProbe::waitForMore(std::size_t frames) const {
   return waitUntil([&] { return framesHeard() >= wanted; });
 }
 
-std::optional<std::size_t> LoopProbe::firstBreak() const {
+std::string LoopProbe::firstBreak() const {
   const std::size_t heard = framesHeard();
   for (std::size_t frame = 0; frame < heard; ++frame) {
     const float expected = frame == 0 ? left_[0] : left_[frame - 1] + step;
-    if (left_[frame] != expected || right_[frame] != -expected) return frame;
+    if (left_[frame] == expected && right_[frame] == -expected) continue;
+    return "frame " + std::to_string(frame) + " of " + std::to_string(heard) + ": number " +
+           std::to_string(left_[frame] / step) + " instead of " + std::to_string(expected / step);
   }
-  return std::nullopt;
+  return {};
 }
 
 }  // namespace brindlemux::test

@@ -1,9 +1,9 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <pipewire/pipewire.h>
 #include <string>
 #include <vector>
@@ -28,8 +28,10 @@ class LoopProbe {
   std::size_t framesHeard() const noexcept { return heard_.load(); }
   /// Waits for that many more frames of sound; false at the deadline.
   bool waitForMore(std::size_t frames) const;
-  /// The first frame heard that does not continue the one before it, to the bit; nothing when all do.
-  std::optional<std::size_t> firstBreak() const;
+  /// The first frame heard that does not continue the one before it, to the bit, in words; empty when all do.
+  std::string firstBreak() const;
+  /// Whether a real-time callback ever came more than half a period late while it was heard.
+  bool stalled() const noexcept { return stalled_.load(); }
 
  private:
   static const pw_stream_events playEvents;
@@ -49,7 +51,9 @@ class LoopProbe {
   std::uint32_t nextNumber_ = 1;
   std::vector<float> left_;
   std::vector<float> right_;
+  std::chrono::steady_clock::time_point lastCallback_;
   std::atomic<std::size_t> heard_ = 0;
+  std::atomic<bool> stalled_ = false;
 };
 
 }  // namespace brindlemux::test

@@ -43,17 +43,19 @@ Recording::Recording(const PrivateServer& server, std::vector<std::string> comma
 
 WavFile Recording::soFar() const { return readWav(path_).value_or(WavFile{}); }
 
-bool Recording::waitForSound(std::size_t frames, std::chrono::milliseconds deadline) const {
-  return waitUntil(
-      [&] {
-        const WavFile wav = soFar();
-        if (wav.frames() < frames) return false;
-        const auto& channel = wav.channels.front();
-        const std::vector<float> zeros(100);
-        const auto begin = channel.end() - static_cast<std::ptrdiff_t>(frames);
-        return std::search(begin, channel.end(), zeros.begin(), zeros.end()) == channel.end();
-      },
-      deadline);
+std::optional<WavFile> Recording::waitForSound(std::size_t frames, std::chrono::milliseconds deadline) const {
+  WavFile end;
+  const auto isSound = [&] {
+    end = soFar();
+    if (end.frames() < frames) return false;
+    for (auto& channel : end.channels)
+      channel.erase(channel.begin(), channel.end() - static_cast<std::ptrdiff_t>(frames));
+    const std::vector<float> zeros(100);
+    const auto& first = end.channels.front();
+    return std::search(first.begin(), first.end(), zeros.begin(), zeros.end()) == first.end();
+  };
+  if (!waitUntil(isSound, deadline)) return std::nullopt;
+  return end;
 }
 
 bool Recording::waitForMore(std::size_t frames, std::chrono::milliseconds deadline) const {

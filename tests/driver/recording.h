@@ -3,6 +3,7 @@
 #include <chrono>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -24,9 +25,10 @@ class Recording {
 
   /// What is recorded until now.
   WavFile soFar() const;
-  /// Waits until that many frames at the end are sound, on the first channel: no run of 100 zeros. False at the
-  /// deadline.
-  bool waitForSound(std::size_t frames, std::chrono::milliseconds deadline = std::chrono::seconds(15)) const;
+  /// Waits until the last frames, as many as that, are sound: no run of 100 zeros on the first channel. These frames,
+  /// or nothing at the deadline.
+  std::optional<WavFile> waitForSound(std::size_t frames,
+                                      std::chrono::milliseconds deadline = std::chrono::seconds(15)) const;
   /// Waits for that many more frames.
   bool waitForMore(std::size_t frames, std::chrono::milliseconds deadline = std::chrono::seconds(15)) const;
   /// Ends the recorder and returns all that it recorded.
