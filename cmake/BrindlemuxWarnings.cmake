@@ -11,8 +11,9 @@ if(BRINDLEMUX_WERROR)
   target_compile_options(brindlemux_flags INTERFACE -Werror)
 endif()
 if(BRINDLEMUX_SANITIZE)
-  # Null-dereference analysis misfires on instrumented code.
+  # The analyses of null pointers and of uninitialised values misfire on instrumented code.
   target_compile_options(brindlemux_flags INTERFACE
-    -fsanitize=${BRINDLEMUX_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all -Wno-null-dereference)
+    -fsanitize=${BRINDLEMUX_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all -Wno-null-dereference
+    -Wno-maybe-uninitialized)
   target_link_options(brindlemux_flags INTERFACE -fsanitize=${BRINDLEMUX_SANITIZE})
 endif()
