@@ -102,8 +102,13 @@ bool isSounding(const Recorder& recorder, std::size_t channel) {
   return !isSilent({latest[channel].end() - static_cast<std::ptrdiff_t>(glance), latest[channel].end()});
 }
 
-TEST(ReturningPlayer, isRoutedAgainByItself) {
-  RoutingSession session(4, fourChannelGraph);
+class ReturningPlayer : public testing::TestWithParam<const char*> {};
+
+TEST_P(ReturningPlayer, isRoutedAgainByItself) {
+  std::string graph = fourChannelGraph;
+  const std::string application = R"({"app": {"bundleID": "pw-cat", "name": "Player"}})";
+  graph.replace(graph.find(application), application.size(), GetParam());
+  RoutingSession session(4, graph);
   const auto tones =
       session.writeStereo("tones.wav", sineTone(60 * second, 1000, 0.5, rate), sineTone(60 * second, 1500, 0.25, rate));
   // A recorder of the player's own kind would be the same application.
@@ -125,6 +130,11 @@ TEST(ReturningPlayer, isRoutedAgainByItself) {
     ASSERT_TRUE(waitUntil([&] { return !isSounding(device, 2); })) << session.report();
   }
 }
+
+INSTANTIATE_TEST_SUITE_P(Sources, ReturningPlayer,
+                         testing::Values(R"({"app": {"bundleID": "pw-cat", "name": "Player"}})",
+                                         R"({"systemAudio": {}})"),
+                         [](const auto& test) { return test.index == 0 ? "application" : "systemAudio"; });
 
 }  // namespace
 }  // namespace brindlemux::test

@@ -1,7 +1,11 @@
 #include <algorithm>
 #include <cstdint>
+#include <filesystem>
 #include <gtest/gtest.h>
+#include <memory>
 #include <optional>
+#include <ostream>
+#include <string>
 #include <tuple>
 
 #include "endtoend/recorder.h"
@@ -12,15 +16,34 @@ namespace {
 
 constexpr std::size_t second = 48000;
 
-/// The player's two channels to the device and the device to the headphones, all at unity gain. The block is one that a
+/// A source and how its sound gets there.
+struct Origin {
+  const char* name;
+  const char* kind;  ///< as the graphs file has it
+  std::unique_ptr<ChildProcess> (*play)(const RoutingSession& session, const std::filesystem::path& file);
+  /// The last link of the way to the program.
+  const char* output;
+  const char* input;
+
+  friend void PrintTo(const Origin& origin, std::ostream* stream) { *stream << origin.name; }
+};
+
+std::unique_ptr<ChildProcess> playToOutput(const RoutingSession& session, const std::filesystem::path& file) {
+  return session.play(file);
+}
+std::unique_ptr<ChildProcess> playToMicrophone(const RoutingSession& session, const std::filesystem::path& file) {
+  return session.playIntoMicrophone(file);
+}
+
+/// The source's two channels to the device and the device to the headphones, all at unity gain. The block is one that a
 /// machine without real-time guarantees holds.
-constexpr const char* unityGraph = R"({
+std::string unityGraph(const std::string& kind) {
+  return R"({
   "BrindlemuxAudio_UID_5D9F2C1E-0B6A-4C38-9E47-1A2B3C4D5E6F": {
     "deviceUID": "BrindlemuxAudio_UID_5D9F2C1E-0B6A-4C38-9E47-1A2B3C4D5E6F",
     "latencyFrames": 2048,
-    "sources": [
-      {"id": "0F8FAD5B-D9CB-469F-A165-70867728950E", "kind": {"app": {"bundleID": "pw-cat", "name": "Player"}}}
-    ],
+    "sources": [{"id": "0F8FAD5B-D9CB-469F-A165-70867728950E", "kind": )" +
+         kind + R"(}],
     "wires": [
       {"sourceID": "0F8FAD5B-D9CB-469F-A165-70867728950E", "sourceChannel": 0, "outputChannel": 0},
       {"sourceID": "0F8FAD5B-D9CB-469F-A165-70867728950E", "sourceChannel": 1, "outputChannel": 1}
@@ -34,6 +57,7 @@ constexpr const char* unityGraph = R"({
     ]
   }
 })";
+}
 
 /// Samples that tell where they come from: every value of magnitude 0.25 to 0.75 that a float has there, in an order
 /// that does not repeat for 2^24 frames. All of them lie below the limiter's knee of 0.9.
@@ -69,18 +93,20 @@ Comparison compare(const std::vector<float>& played, const std::vector<float>& r
   return result;
 }
 
-TEST(Continuity, aMinuteIsUnchangedToTheLastBitAtDeviceAndMonitor) {
+class Continuity : public testing::TestWithParam<Origin> {};
+
+TEST_P(Continuity, aMinuteIsUnchangedToTheLastBitAtDeviceAndMonitor) {
   constexpr std::size_t startUp = 3 * second;
   constexpr std::size_t compared = 62 * second;
   const auto left = numberedSamples(80 * second, 1);
   const auto right = numberedSamples(80 * second, 5000000);
 
-  RoutingSession session(2, unityGraph);
+  RoutingSession session(2, unityGraph(GetParam().kind));
   const Recorder device(session, Recorder::Interface::pulse, Recorder::Of::input,
                         std::string(RoutingSession::deviceUID) + ".source", 2);
   const Recorder monitor(session, Recorder::Interface::pulse, Recorder::Of::output, "headphones", 2);
-  const auto player = session.play(session.writeStereo("numbered.wav", left, right));
-  ASSERT_TRUE(session.waitUntilLinked("pw-play:output_FR", "brindlemux.tap:input_2")) << session.report();
+  const auto player = GetParam().play(session, session.writeStereo("numbered.wav", left, right));
+  ASSERT_TRUE(session.waitUntilLinked(GetParam().output, GetParam().input)) << session.report();
 
   // What is compared begins once the route has been running for the length of the start-up.
   const std::size_t deviceStart = device.frames() + startUp;
@@ -101,6 +127,15 @@ TEST(Continuity, aMinuteIsUnchangedToTheLastBitAtDeviceAndMonitor) {
     EXPECT_GE(other.exactFrames, minute) << name << ", right";
   }
 }
+
+INSTANTIATE_TEST_SUITE_P(Origins, Continuity,
+                         testing::Values(Origin{"application", R"({"app": {"bundleID": "pw-cat", "name": "Player"}})",
+                                                playToOutput, "pw-play:output_FR", "brindlemux.tap:input_2"},
+                                         Origin{"microphone", R"({"mic": {"deviceUID": "mic", "name": "Microphone"}})",
+                                                playToMicrophone, "mic:capture_FR", "brindlemux.input.mic:input_2"},
+                                         Origin{"systemAudio", R"({"systemAudio": {}})", playToOutput,
+                                                "pw-play:output_FR", "brindlemux.tap:input_2"}),
+                         [](const auto& test) { return std::string(test.param.name); });
 
 }  // namespace
 }  // namespace brindlemux::test

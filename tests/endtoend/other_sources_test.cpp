@@ -4,7 +4,6 @@
 #include "endtoend/recorder.h"
 #include "endtoend/routing_session.h"
 #include "support/tone_analysis.h"
-#include "support/wait_until.h"
 
 namespace brindlemux::test {
 namespace {
@@ -15,8 +14,8 @@ constexpr double toleranceDb = 0.01;
 
 double decibels(double amplitude) { return 20.0 * std::log10(amplitude); }
 
-/// A graph of one stereo source, crossed into the device, which `monitor` plays. The block is one that a machine without
-/// real-time guarantees holds.
+/// A graph of one stereo source, crossed into the device, which `monitor` plays. The block is one that a machine
+/// without real-time guarantees holds.
 std::string crossedGraph(const std::string& kind, const std::string& monitor) {
   return R"({
   "BrindlemuxAudio_UID_5D9F2C1E-0B6A-4C38-9E47-1A2B3C4D5E6F": {
@@ -44,17 +43,8 @@ std::string crossedGraph(const std::string& kind, const std::string& monitor) {
 TEST(InputDeviceSource, whatAnInputDeliversReachesDeviceAndMonitor) {
   RoutingSession session(2, crossedGraph(R"({"mic": {"deviceUID": "mic", "name": "Microphone"}})", "headphones"));
   ASSERT_TRUE(session.waitUntilLinked("mic:capture_FR", "brindlemux.input.mic:input_2")) << session.report();
-  // The input is fed by hand: it has no neighbour that would play into it by itself.
-  const auto player = session.play(
-      session.writeStereo("tones.wav", sineTone(60 * second, 1000, 0.5, rate), sineTone(60 * second, 1500, 0.25, rate)),
-      "0");
-  for (const char* side : {"FL", "FR"}) {
-    const std::string output = std::string("pw-play:output_") + side;
-    const std::string input = std::string("mic:input_") + side;
-    ASSERT_TRUE(waitUntil([&] {
-      return session.server().run({"pw-link", output, input}).status == 0;
-    })) << session.report();
-  }
+  const auto player = session.playIntoMicrophone(session.writeStereo(
+      "tones.wav", sineTone(60 * second, 1000, 0.5, rate), sineTone(60 * second, 1500, 0.25, rate)));
 
   const Recorder device(session, Recorder::Interface::pulse, Recorder::Of::input,
                         std::string(RoutingSession::deviceUID) + ".source", 2);

@@ -74,6 +74,18 @@ std::unique_ptr<ChildProcess> RoutingSession::play(const std::filesystem::path& 
   return server_.launch(arguments);
 }
 
+std::unique_ptr<ChildProcess> RoutingSession::playIntoMicrophone(const std::filesystem::path& file) const {
+  // Target 0 keeps the session manager from linking the player to an output.
+  auto player = play(file, "0");
+  for (const std::string side : {"FL", "FR"}) {
+    const bool isLinkedNow = waitUntil([&] {
+      return server_.run({"pw-link", "pw-play:output_" + side, "mic:input_" + side}).status == 0;
+    });
+    if (!isLinkedNow) throw std::runtime_error("the microphone cannot be fed: " + report());
+  }
+  return player;
+}
+
 bool RoutingSession::waitUntilLinked(const std::string& output, const std::string& input,
                                      std::chrono::milliseconds deadline) const {
   return waitUntil([&] { return isLinked(server_.run({"pw-link", "-l"}).output, output, input); }, deadline);

@@ -37,6 +37,10 @@ class RoutingSession {
   /// Plays a file through the native interface into the default output, or into `target`.
   std::unique_ptr<ChildProcess> play(const std::filesystem::path& file, const std::string& target = {}) const;
 
+  /// Plays a file into the input that stands for a microphone, which has no neighbour that would play into it by
+  /// itself. Throws std::runtime_error when the two cannot be linked.
+  std::unique_ptr<ChildProcess> playIntoMicrophone(const std::filesystem::path& file) const;
+
   /// Waits until a port is linked to another, both named "node:port", as pw-link shows them.
   bool waitUntilLinked(const std::string& output, const std::string& input,
                        std::chrono::milliseconds deadline = std::chrono::seconds(10)) const;
