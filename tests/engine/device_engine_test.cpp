@@ -324,6 +324,16 @@ TEST_F(DeviceEngineTest, playingProcessOfAnApplicationIsPreferred) {
   EXPECT_THAT(reconcile(), IsEmpty());
 }
 
+TEST_F(DeviceEngineTest, playingProcessIsPreferredWhereverItStandsInTheList) {
+  const AudioObjectID playing = hardware.addProcess(playingProcess(101, "com.example.Player"));
+  addApp(1);
+  engine.setGraph(graph);
+  const std::vector<AudioProcessInfo> processes = {{player, 100, "Player", "com.example.Player", false},
+                                                   {playing, 101, "Player", "com.example.Player", true}};
+  engine.reconcile(2, processes, {});
+  EXPECT_THAT(takeJournal(), Contains(HasSubstr("createProcessTap \"Brindlemux Tap\" of " + std::to_string(playing))));
+}
+
 TEST_F(DeviceEngineTest, firstProcessIsTakenWhenNonePlays) {
   hardware.process(player).isPlaying = false;
   SimulatedProcess other = playingProcess(101, "com.example.Player");
@@ -401,6 +411,16 @@ TEST_F(DeviceEngineTest, monitorWhoseDeviceGoesLosesItsOutputUntilItReturns) {
   EXPECT_EQ(engine.lastError, std::nullopt);
   speakers = hardware.addDevice(outputDevice("Speakers"));
   EXPECT_THAT(reconcile(), Contains("startOutputUnit unit2"));
+}
+
+TEST_F(DeviceEngineTest, monitorWhoseDeviceHasANewIDIsReplacedAtOnce) {
+  addMonitor(1);
+  reconcile();
+  hardware.removeDevice(speakers);
+  speakers = hardware.addDevice(outputDevice("Speakers"));
+  const auto lines = reconcile();
+  EXPECT_EQ(lines.front(), "stopOutputUnit unit1");
+  EXPECT_THAT(lines, Contains("startOutputUnit unit2"));
 }
 
 TEST_F(DeviceEngineTest, monitorWhoseDeviceChangesItsChannelsIsReplaced) {
