@@ -5,12 +5,26 @@
 #include <cstdint>
 #include <gtest/gtest.h>
 #include <mutex>
+#include <sys/syscall.h>
+#include <sys/types.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
 
 #include "engine/audio_test_support.h"
+
+namespace {
+
+thread_local int threadIDQueries = 0;
+
+}  // namespace
+
+/// Stands in for the C library's function in this program, and counts on the calling thread.
+extern "C" __attribute__((visibility("default"))) pid_t gettid() noexcept {
+  ++threadIDQueries;
+  return static_cast<pid_t>(syscall(SYS_gettid));
+}
 
 namespace brindlemux {
 namespace {
@@ -29,6 +43,18 @@ TEST(UnfairLock, uncontendedItNeverEntersTheKernel) {
       const std::lock_guard guard(lock);
     }
   });
+}
+
+TEST(UnfairLock, aThreadAsksForItsIDOnce) {
+  UnfairLock lock;
+  int queries = -1;
+  std::thread([&] {
+    for (int i = 0; i < 1000; ++i) {
+      const std::lock_guard guard(lock);
+    }
+    queries = threadIDQueries;
+  }).join();
+  EXPECT_EQ(queries, 1);
 }
 
 TEST(UnfairLock, tryLockFailsWhileAnotherThreadHolds) {
