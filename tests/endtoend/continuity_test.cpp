@@ -24,6 +24,9 @@ struct Origin {
   /// The last link of the way to the program.
   const char* output;
   const char* input;
+  /// Where the sound can be recorded before it reaches the program.
+  Recorder::Of side;
+  const char* node;
 
   friend void PrintTo(const Origin& origin, std::ostream* stream) { *stream << origin.name; }
 };
@@ -73,11 +76,25 @@ std::vector<float> numberedSamples(std::size_t frames, std::uint32_t seed) {
   return samples;
 }
 
-/// Where a recording departs from what was played.
+/// How a recording follows what was played.
 struct Comparison {
   std::size_t exactFrames = 0;        ///< from the start of the comparison to the first departure
-  std::optional<std::size_t> offset;  ///< of the recording in what was played; nothing when it was not found
+  std::optional<std::size_t> offset;  ///< of the recording's start in what was played; nothing when it was not found
+  std::string departure;              ///< what stands at the first departure, for a failure's message
 };
+
+/// What a recording has from frame `at` on, where it should have gone on with frame `expected` of what was played.
+std::string describeDeparture(const std::vector<float>& played, std::size_t expected,
+                              const std::vector<float>& recorded, std::size_t at) {
+  std::size_t silent = 0;
+  while (at + silent < recorded.size() && recorded[at + silent] == 0.0F) ++silent;
+  std::string text =
+      "at frame " + std::to_string(expected) + " of the player: " + std::to_string(silent) + " of silence";
+  if (at + silent == recorded.size()) return text + " to the end";
+  const auto resumed = std::find(played.begin(), played.end(), recorded[at + silent]);
+  if (resumed == played.end()) return text + ", then what was never played";
+  return text + ", then frame " + std::to_string(resumed - played.begin());
+}
 
 /// Follows the recording from frame `start` on through what was played.
 Comparison compare(const std::vector<float>& played, const std::vector<float>& recorded, std::size_t start) {
@@ -86,10 +103,9 @@ Comparison compare(const std::vector<float>& played, const std::vector<float>& r
   if (found == played.end()) return result;
   result.offset = static_cast<std::size_t>(found - played.begin());
   const std::size_t length = std::min(played.size() - *result.offset, recorded.size() - start);
-  while (result.exactFrames < length &&
-         played[*result.offset + result.exactFrames] == recorded[start + result.exactFrames]) {
-    ++result.exactFrames;
-  }
+  std::size_t& exact = result.exactFrames;
+  while (exact < length && played[*result.offset + exact] == recorded[start + exact]) ++exact;
+  if (exact < length) result.departure = describeDeparture(played, *result.offset + exact, recorded, start + exact);
   return result;
 }
 
@@ -105,37 +121,43 @@ TEST_P(Continuity, aMinuteIsUnchangedToTheLastBitAtDeviceAndMonitor) {
   const Recorder device(session, Recorder::Interface::pulse, Recorder::Of::input,
                         std::string(RoutingSession::deviceUID) + ".source", 2);
   const Recorder monitor(session, Recorder::Interface::pulse, Recorder::Of::output, "headphones", 2);
+  const Recorder origin(session, Recorder::Interface::pulse, GetParam().side, GetParam().node, 2);
   const auto player = GetParam().play(session, session.writeStereo("numbered.wav", left, right));
   ASSERT_TRUE(session.waitUntilLinked(GetParam().output, GetParam().input)) << session.report();
 
   // What is compared begins once the route has been running for the length of the start-up.
   const std::size_t deviceStart = device.frames() + startUp;
   const std::size_t monitorStart = monitor.frames() + startUp;
+  const std::size_t originStart = origin.frames() + startUp;
   ASSERT_TRUE(device.waitForFrames(deviceStart + compared, std::chrono::seconds(80))) << session.report();
   ASSERT_TRUE(monitor.waitForFrames(monitorStart + compared, std::chrono::seconds(10))) << session.report();
+  ASSERT_TRUE(origin.waitForFrames(originStart + compared, std::chrono::seconds(10))) << session.report();
 
   const auto atDevice = device.all();
   const auto atMonitor = monitor.all();
+  const auto atOrigin = origin.all();
   constexpr std::size_t minute = 60 * second;
-  for (const auto& [name, recorded, start] :
-       {std::tuple{"device", &atDevice, deviceStart}, {"monitor", &atMonitor, monitorStart}}) {
+  for (const auto& [name, recorded, start] : {std::tuple{"device", &atDevice, deviceStart},
+                                              {"monitor", &atMonitor, monitorStart},
+                                              {"origin", &atOrigin, originStart}}) {
     const Comparison first = compare(left, (*recorded)[0], start);
     const Comparison other = compare(right, (*recorded)[1], start);
     EXPECT_TRUE(first.offset.has_value()) << name;
     EXPECT_EQ(first.offset, other.offset) << name;
-    EXPECT_GE(first.exactFrames, minute) << name << ", left";
-    EXPECT_GE(other.exactFrames, minute) << name << ", right";
+    EXPECT_GE(first.exactFrames, minute) << name << ", left: " << first.departure;
+    EXPECT_GE(other.exactFrames, minute) << name << ", right: " << other.departure;
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Origins, Continuity,
-                         testing::Values(Origin{"application", R"({"app": {"bundleID": "pw-cat", "name": "Player"}})",
-                                                playToOutput, "pw-play:output_FR", "brindlemux.tap:input_2"},
-                                         Origin{"microphone", R"({"mic": {"deviceUID": "mic", "name": "Microphone"}})",
-                                                playToMicrophone, "mic:capture_FR", "brindlemux.input.mic:input_2"},
-                                         Origin{"systemAudio", R"({"systemAudio": {}})", playToOutput,
-                                                "pw-play:output_FR", "brindlemux.tap:input_2"}),
-                         [](const auto& test) { return std::string(test.param.name); });
+INSTANTIATE_TEST_SUITE_P(
+    Origins, Continuity,
+    testing::Values(Origin{"application", R"({"app": {"bundleID": "pw-cat", "name": "Player"}})", playToOutput,
+                           "pw-play:output_FR", "brindlemux.tap:input_2", Recorder::Of::output, "speakers"},
+                    Origin{"microphone", R"({"mic": {"deviceUID": "mic", "name": "Microphone"}})", playToMicrophone,
+                           "mic:capture_FR", "brindlemux.input.mic:input_2", Recorder::Of::input, "mic"},
+                    Origin{"systemAudio", R"({"systemAudio": {}})", playToOutput, "pw-play:output_FR",
+                           "brindlemux.tap:input_2", Recorder::Of::output, "speakers"}),
+    [](const auto& test) { return std::string(test.param.name); });
 
 }  // namespace
 }  // namespace brindlemux::test

@@ -41,9 +41,9 @@ Recorder::Recorder(const RoutingSession& session, Interface interface, Of of, co
     : channels_(channels),
       file_(session.file(target + (of == Of::output ? ".output" : ".input") +
                          (interface == Interface::native ? ".native.wav" : ".pulse.wav"))) {
-  process_ = const_cast<RoutingSession&>(session).server().launch(
-      interface == Interface::native ? nativeCommand(of, target, channels, file_.string())
-                                     : pulseCommand(of, target, channels, file_.string()));
+  process_ =
+      session.launchUrgently(interface == Interface::native ? nativeCommand(of, target, channels, file_.string())
+                                                            : pulseCommand(of, target, channels, file_.string()));
 }
 
 std::vector<std::vector<float>> Recorder::all() const {

@@ -34,6 +34,9 @@ class RoutingSession {
   /// Writes a float WAV file of two channels and returns its path.
   std::filesystem::path writeStereo(const std::string& name, std::vector<float> left, std::vector<float> right) const;
 
+  /// Starts a player or recorder, ahead of the machine's other work where that is allowed.
+  std::unique_ptr<ChildProcess> launchUrgently(std::vector<std::string> arguments) const;
+
   /// Plays a file through the native interface into the default output, or into `target`.
   std::unique_ptr<ChildProcess> play(const std::filesystem::path& file, const std::string& target = {}) const;
 
