@@ -45,7 +45,7 @@ TEST_F(DriverLifetime, unloadingTakesEverythingAway) {
   publish({{"a", "A", 2}, {"b", "B", 16}});
   PropertyClient bound(server_);
   const auto playing =
-      play(server_, nativePlayer("a", 2), {48000, {2, sineTone(30 * 48000, 997, 0.5, 48000)}}, "p.wav");
+      play(server_, nativePlayer("a", 2), {48000, {2, sineTone(30 * 48000, 1000, 0.5, 48000)}}, "p.wav");
   Recording recording(server_, nativeRecorder("a.source", 2), "r.wav");
   ASSERT_TRUE(recording.waitForSound(4800));
   ASSERT_EQ(server_.run({"pw-cli", "destroy", moduleId()}).status, 0);
@@ -178,7 +178,7 @@ TEST_F(DriverLifetime, aChangeOfChannelsTakesTheStreamsAlong) {
     return server_.run({"pw-link", "room:output_FL", "card.microphone:input_FL"}).status == 0 &&
            server_.run({"pw-link", "room:output_FR", "card.microphone:input_FR"}).status == 0;
   }));
-  const WavFile tone = {48000, {2, sineTone(60 * 48000, 997, 0.2, 48000)}};
+  const WavFile tone = {48000, {2, sineTone(60 * 48000, 1000, 0.2, 48000)}};
   const ServerDump start = dump();
   const std::string sinkSerial = std::to_string(start.node("a")->serial);
   const std::string sourceSerial = std::to_string(start.node("a.source")->serial);
