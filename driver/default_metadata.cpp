@@ -12,6 +12,29 @@
 
 namespace brindlemux::driver {
 
+const pw_proxy_events DefaultMetadata::coreProxyEvents = [] {
+  pw_proxy_events events = {};
+  events.version = PW_VERSION_PROXY_EVENTS;
+  events.destroy = [](void* data) {
+    auto& self = *static_cast<DefaultMetadata*>(data);
+    spa_hook_remove(&self.coreProxyListener_);
+    self.core_ = nullptr;
+  };
+  return events;
+}();
+
+const pw_proxy_events DefaultMetadata::registryProxyEvents = [] {
+  pw_proxy_events events = {};
+  events.version = PW_VERSION_PROXY_EVENTS;
+  events.destroy = [](void* data) {
+    auto& self = *static_cast<DefaultMetadata*>(data);
+    spa_hook_remove(&self.registryListener_);
+    spa_hook_remove(&self.registryProxyListener_);
+    self.registry_ = nullptr;
+  };
+  return events;
+}();
+
 const pw_registry_events DefaultMetadata::registryEvents = [] {
   pw_registry_events events = {};
   events.version = PW_VERSION_REGISTRY_EVENTS;
@@ -24,13 +47,13 @@ const pw_registry_events DefaultMetadata::registryEvents = [] {
   return events;
 }();
 
-const pw_proxy_events DefaultMetadata::metadataEvents = [] {
+const pw_proxy_events DefaultMetadata::metadataProxyEvents = [] {
   pw_proxy_events events = {};
   events.version = PW_VERSION_PROXY_EVENTS;
   events.removed = [](void* data) { pw_proxy_destroy(static_cast<DefaultMetadata*>(data)->metadata_); };
   events.destroy = [](void* data) {
     auto& self = *static_cast<DefaultMetadata*>(data);
-    spa_hook_remove(&self.metadataListener_);
+    spa_hook_remove(&self.metadataProxyListener_);
     self.metadata_ = nullptr;
   };
   return events;
@@ -45,16 +68,17 @@ DefaultMetadata::DefaultMetadata(pw_context& context) {
     pw_log_warn("brindlemux: the server refuses a connection to itself: %s", std::strerror(errno));
     return;
   }
+  pw_proxy_add_listener(reinterpret_cast<pw_proxy*>(core_), &coreProxyListener_, &coreProxyEvents, this);
   registry_ = pw_core_get_registry(core_, PW_VERSION_REGISTRY, 0);
-  if (registry_ != nullptr) pw_registry_add_listener(registry_, &registryListener_, &registryEvents, this);
+  if (registry_ == nullptr) return;
+  pw_proxy_add_listener(reinterpret_cast<pw_proxy*>(registry_), &registryProxyListener_, &registryProxyEvents, this);
+  pw_registry_add_listener(registry_, &registryListener_, &registryEvents, this);
 }
 
+// The destroy events clear the pointers.
 DefaultMetadata::~DefaultMetadata() {
   if (metadata_ != nullptr) pw_proxy_destroy(metadata_);
-  if (registry_ != nullptr) {
-    spa_hook_remove(&registryListener_);
-    pw_proxy_destroy(reinterpret_cast<pw_proxy*>(registry_));
-  }
+  if (registry_ != nullptr) pw_proxy_destroy(reinterpret_cast<pw_proxy*>(registry_));
   if (core_ != nullptr) pw_core_disconnect(core_);
 }
 
@@ -62,7 +86,7 @@ void DefaultMetadata::bind(std::uint32_t id) {
   if (metadata_ != nullptr) return;
   metadata_ =
       static_cast<pw_proxy*>(pw_registry_bind(registry_, id, PW_TYPE_INTERFACE_Metadata, PW_VERSION_METADATA, 0));
-  if (metadata_ != nullptr) pw_proxy_add_listener(metadata_, &metadataListener_, &metadataEvents, this);
+  if (metadata_ != nullptr) pw_proxy_add_listener(metadata_, &metadataProxyListener_, &metadataProxyEvents, this);
 }
 
 void DefaultMetadata::moveStream(std::uint32_t streamNode, std::uint64_t targetSerial) {

@@ -10,7 +10,8 @@ namespace brindlemux::driver {
 /// "default". That object is implemented by the session manager's process: inside the server it cannot be written
 /// directly.
 ///
-/// Owns the connection. Threads: the server's main loop. Errors: without a session manager it never gets ready.
+/// Owns the connection, which also ends when the server shuts down; then it is no longer ready. Threads: the server's
+/// main loop. Errors: without a session manager it never gets ready.
 class DefaultMetadata {
  public:
   explicit DefaultMetadata(pw_context& context);
@@ -25,13 +26,17 @@ class DefaultMetadata {
  private:
   void bind(std::uint32_t id);
 
+  static const pw_proxy_events coreProxyEvents;
+  static const pw_proxy_events registryProxyEvents;
   static const pw_registry_events registryEvents;
-  static const pw_proxy_events metadataEvents;
+  static const pw_proxy_events metadataProxyEvents;
   pw_core* core_ = nullptr;
   pw_registry* registry_ = nullptr;
   pw_proxy* metadata_ = nullptr;
+  spa_hook coreProxyListener_ = {};
+  spa_hook registryProxyListener_ = {};
   spa_hook registryListener_ = {};
-  spa_hook metadataListener_ = {};
+  spa_hook metadataProxyListener_ = {};
 };
 
 }  // namespace brindlemux::driver

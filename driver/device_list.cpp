@@ -24,7 +24,7 @@ bool DeviceList::apply(const std::vector<VirtualDeviceConfig>& configs) {
   std::vector<Entry> next;
   for (const VirtualDeviceConfig& config : configs) {
     const Entry* const present = find(config.uid);
-    const bool keep = present != nullptr && present->config.channels == config.channels;
+    const bool keep = present != nullptr && present->device && present->config.channels == config.channels;
     next.push_back({config, keep ? nullptr : publish(config)});
     if (!keep && !next.back().device) return false;
   }
@@ -32,7 +32,7 @@ bool DeviceList::apply(const std::vector<VirtualDeviceConfig>& configs) {
 
   for (Entry& entry : next) {
     Entry* const present = find(entry.config.uid);
-    if (present == nullptr) continue;
+    if (present == nullptr || !present->device) continue;
     if (entry.device) {
       handovers_.emplace_back(entry.config.uid, std::move(present->device));
       continue;

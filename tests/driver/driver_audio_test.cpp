@@ -15,6 +15,7 @@ constexpr double rateHz = 48000;
 // What is measured: half a second, in which every tone below has well over 8 periods between it and its neighbour.
 constexpr std::size_t measuredFrames = 24000;
 
+// Multiples of 50 Hz, as Recording::waitForSound() asks for.
 double frequencyOf(std::size_t channel) { return 400.0 + 250.0 * static_cast<double>(channel); }
 double amplitudeOf(std::size_t channel) { return 0.9 / static_cast<double>(channel + 1); }
 

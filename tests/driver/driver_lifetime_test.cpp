@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <csignal>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -44,7 +45,7 @@ TEST_F(DriverLifetime, unloadingTakesEverythingAway) {
   publish({{"a", "A", 2}, {"b", "B", 16}});
   PropertyClient bound(server_);
   const auto playing =
-      play(server_, nativePlayer("a", 2), {48000, {2, sineTone(30 * 48000, 997, 0.5, 48000)}}, "p.wav");
+      play(server_, nativePlayer("a", 2), {48000, {2, sineTone(30 * 48000, 1000, 0.5, 48000)}}, "p.wav");
   Recording recording(server_, nativeRecorder("a.source", 2), "r.wav");
   ASSERT_TRUE(recording.waitForSound(4800));
   ASSERT_EQ(server_.run({"pw-cli", "destroy", moduleId()}).status, 0);
@@ -65,6 +66,71 @@ TEST_F(DriverLifetime, theServerEndsOrderlyWithDevicesAndClients) {
   Recording recording(server_, nativeRecorder("a.source", 2), "r.wav");
   ASSERT_TRUE(recording.waitForMore(4800));
   EXPECT_TRUE(server_.stop()) << server_.logs();
+}
+
+TEST_F(DriverLifetime, theServerEndsOrderlyWhileStreamsAreHandedOver) {
+  publish({{"a", "A", 2}});
+  Recording recording(server_, nativeRecorder("a.source", 2), "r.wav");
+  ASSERT_TRUE(recording.waitForMore(4800));
+  PropertyClient client(server_);
+  // A session manager that does not answer leaves the stream where it is: the old nodes wait for it.
+  const pid_t sessionManager = server_.processId("wireplumber");
+  ASSERT_EQ(kill(sessionManager, SIGSTOP), 0);
+  client.write(R"({"devices":[{"uid":"a","name":"A","channels":4}]})");
+  EXPECT_EQ(client.globalsNamed("a").size(), 2u);
+  const pid_t pipewire = server_.processId("pipewire");
+  ASSERT_EQ(kill(pipewire, SIGTERM), 0);
+  EXPECT_TRUE(waitUntil([&] { return kill(pipewire, 0) != 0; }));
+  ASSERT_EQ(kill(sessionManager, SIGCONT), 0);
+  const std::string said = server_.waitForEnd();
+  EXPECT_NE(said.find("pipewire ended with status 0"), std::string::npos) << said;
+}
+
+TEST_F(DriverLifetime, unloadingWhileStreamsAreHandedOver) {
+  publish({{"a", "A", 2}});
+  Recording recording(server_, nativeRecorder("a.source", 2), "r.wav");
+  ASSERT_TRUE(recording.waitForMore(4800));
+  PropertyClient client(server_);
+  const pid_t sessionManager = server_.processId("wireplumber");
+  ASSERT_EQ(kill(sessionManager, SIGSTOP), 0);
+  client.write(R"({"devices":[{"uid":"a","name":"A","channels":4}]})");
+  EXPECT_EQ(client.globalsNamed("a").size(), 2u);
+  const auto module = client.globalsNamed("libpipewire-module-brindlemux-driver");
+  ASSERT_EQ(module.size(), 1u);
+  client.destroy(module.front());
+  EXPECT_EQ(client.globalsNamed("a").size(), 0u);
+  ASSERT_EQ(kill(sessionManager, SIGCONT), 0);
+  EXPECT_TRUE(client.synchronise());
+  EXPECT_TRUE(server_.running());
+}
+
+TEST_F(DriverLifetime, aHandoverThatNobodyAnswersEndsByItself) {
+  publish({{"a", "A", 2}});
+  Recording recording(server_, nativeRecorder("a.source", 2), "r.wav");
+  ASSERT_TRUE(recording.waitForMore(4800));
+  PropertyClient client(server_);
+  const pid_t sessionManager = server_.processId("wireplumber");
+  ASSERT_EQ(kill(sessionManager, SIGSTOP), 0);
+  client.write(R"({"devices":[{"uid":"a","name":"A","channels":4}]})");
+  EXPECT_EQ(client.globalsNamed("a").size(), 2u);
+  EXPECT_TRUE(waitUntil([&] { return client.synchronise() && client.globalsNamed("a").size() == 1; }));
+  ASSERT_EQ(kill(sessionManager, SIGCONT), 0);
+}
+
+TEST_F(DriverLifetime, aNodeThatAClientDestroysComesBack) {
+  const VirtualDeviceConfig device = {"a", "A", 2};
+  publish({device});
+  PropertyClient client(server_);
+  const auto before = client.globalsNamed("a");
+  ASSERT_EQ(before.size(), 1u);
+  const auto serialBefore = dump().node("a")->serial;
+  client.destroy(before.front());
+  EXPECT_TRUE(waitUntil([&] {
+    const ServerDump current = dump();
+    return isUp(current, device) && current.node("a")->serial != serialBefore;
+  }));
+  EXPECT_EQ(client.write(encodeDriverPayload({})), encodeDriverPayload({}));
+  EXPECT_TRUE(server_.running());
 }
 
 TEST_F(DriverLifetime, theServerStartsAgainWithTheDriver) {
@@ -112,7 +178,7 @@ TEST_F(DriverLifetime, aChangeOfChannelsTakesTheStreamsAlong) {
     return server_.run({"pw-link", "room:output_FL", "card.microphone:input_FL"}).status == 0 &&
            server_.run({"pw-link", "room:output_FR", "card.microphone:input_FR"}).status == 0;
   }));
-  const WavFile tone = {48000, {2, sineTone(60 * 48000, 997, 0.2, 48000)}};
+  const WavFile tone = {48000, {2, sineTone(60 * 48000, 1000, 0.2, 48000)}};
   const ServerDump start = dump();
   const std::string sinkSerial = std::to_string(start.node("a")->serial);
   const std::string sourceSerial = std::to_string(start.node("a.source")->serial);

@@ -40,10 +40,19 @@ PropertyClient::PropertyClient(const PrivateServer& server) {
     events.version = PW_VERSION_REGISTRY_EVENTS;
     events.global = [](void* data, std::uint32_t id, std::uint32_t, const char* type, std::uint32_t,
                        const spa_dict* properties) {
-      if (!spa_streq(type, PW_TYPE_INTERFACE_Metadata) || properties == nullptr) return;
-      const char* const name = spa_dict_lookup(properties, PW_KEY_METADATA_NAME);
-      if (name != nullptr && name == driverBundleID) static_cast<PropertyClient*>(data)->bindDriver(id);
+      if (properties == nullptr) return;
+      auto& self = *static_cast<PropertyClient*>(data);
+      const auto property = [properties](const char* key) {
+        const char* const value = spa_dict_lookup(properties, key);
+        return std::string(value == nullptr ? "" : value);
+      };
+      if (spa_streq(type, PW_TYPE_INTERFACE_Node)) self.names_[id] = property(PW_KEY_NODE_NAME);
+      if (spa_streq(type, PW_TYPE_INTERFACE_Module)) self.names_[id] = property(PW_KEY_MODULE_NAME);
+      if (spa_streq(type, PW_TYPE_INTERFACE_Metadata) && property(PW_KEY_METADATA_NAME) == driverBundleID) {
+        self.bindDriver(id);
+      }
     };
+    events.global_remove = [](void* data, std::uint32_t id) { static_cast<PropertyClient*>(data)->names_.erase(id); };
     return events;
   }();
   registry_ = pw_core_get_registry(core_, PW_VERSION_REGISTRY, 0);
@@ -94,6 +103,19 @@ bool PropertyClient::synchronise() {
     pw_main_loop_run(loop_);
   }
   return !ended_;
+}
+
+std::vector<std::uint32_t> PropertyClient::globalsNamed(const std::string& name) const {
+  std::vector<std::uint32_t> ids;
+  for (const auto& [id, candidate] : names_) {
+    if (candidate == name) ids.push_back(id);
+  }
+  return ids;
+}
+
+void PropertyClient::destroy(std::uint32_t id) {
+  pw_registry_destroy(registry_, id);
+  synchronise();
 }
 
 std::string PropertyClient::write(const std::string& value) {

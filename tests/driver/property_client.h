@@ -1,16 +1,19 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <pipewire/extensions/metadata.h>
 #include <pipewire/pipewire.h>
 #include <string>
+#include <vector>
 
 #include "support/private_server.h"
 
 namespace brindlemux::test {
 
-/// A native client of the driver's property: what the program does, with nothing in between.
+/// A native client of the driver's property: what the program does, with nothing in between. Unlike the command-line
+/// tools it needs no answer of the session manager's.
 ///
 /// Every request waits for the server's reply to the synchronisation that is sent right after it. Threads: one.
 class PropertyClient {
@@ -28,6 +31,11 @@ class PropertyClient {
   void clear();
   /// Waits for the server's reply; false when the connection has ended.
   bool synchronise();
+
+  /// The global ids of the nodes or modules of that name.
+  std::vector<std::uint32_t> globalsNamed(const std::string& name) const;
+  /// Asks the server to destroy an object.
+  void destroy(std::uint32_t id);
 
   /// What the property shows; nothing after it has been removed.
   const std::optional<std::string>& value() const noexcept { return value_; }
@@ -48,6 +56,7 @@ class PropertyClient {
   spa_hook coreListener_ = {};
   spa_hook registryListener_ = {};
   spa_hook metadataListener_ = {};
+  std::map<std::uint32_t, std::string> names_;
   int awaited_ = 0;
   bool ended_ = false;
   std::optional<std::string> value_;

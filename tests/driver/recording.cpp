@@ -1,6 +1,7 @@
 #include "driver/recording.h"
 
 #include <algorithm>
+#include <cmath>
 #include <csignal>
 #include <utility>
 
@@ -8,6 +9,10 @@
 
 namespace brindlemux::test {
 namespace {
+
+// 48000 Hz / 50 Hz. A lost or repeated block of 256, 512 or 1024 frames shifts the sound by no whole period.
+constexpr std::size_t periodFrames = 960;
+constexpr float rounding = 1e-6f;
 
 std::string pulseChannelMap(std::size_t channels) {
   if (channels == 2) return "front-left,front-right";
@@ -45,16 +50,22 @@ WavFile Recording::soFar() const { return readWav(path_).value_or(WavFile{}); }
 
 std::optional<WavFile> Recording::waitForSound(std::size_t frames, std::chrono::milliseconds deadline) const {
   WavFile end;
-  const auto isSound = [&] {
+  const auto isSteady = [&] {
     end = soFar();
-    if (end.frames() < frames) return false;
+    if (end.frames() < frames + periodFrames) return false;
+    const std::size_t start = end.frames() - frames;
+    for (const auto& channel : end.channels) {
+      for (std::size_t frame = start; frame < channel.size(); ++frame) {
+        if (std::abs(channel[frame] - channel[frame - periodFrames]) > rounding) return false;
+      }
+    }
     for (auto& channel : end.channels)
-      channel.erase(channel.begin(), channel.end() - static_cast<std::ptrdiff_t>(frames));
+      channel.erase(channel.begin(), channel.begin() + static_cast<std::ptrdiff_t>(start));
     const std::vector<float> zeros(100);
     const auto& first = end.channels.front();
     return std::search(first.begin(), first.end(), zeros.begin(), zeros.end()) == first.end();
   };
-  if (!waitUntil(isSound, deadline)) return std::nullopt;
+  if (!waitUntil(isSteady, deadline)) return std::nullopt;
   return end;
 }
 

@@ -25,8 +25,10 @@ class Recording {
 
   /// What is recorded until now.
   WavFile soFar() const;
-  /// Waits until the last frames, as many as that, are sound: no run of 100 zeros on the first channel. These frames,
-  /// or nothing at the deadline.
+  /// Waits until the last frames, as many as that, are a steady sound: no run of 100 zeros on the first channel, and
+  /// every frame as the one 960 before it, which holds for tones of whole multiples of 50 Hz at 48000 Hz unless a block
+  /// is lost or repeated. (A recorder that does not run in real time loses some on a busy machine.) These frames, or
+  /// nothing at the deadline.
   std::optional<WavFile> waitForSound(std::size_t frames,
                                       std::chrono::milliseconds deadline = std::chrono::seconds(15)) const;
   /// Waits for that many more frames.

@@ -78,12 +78,20 @@ bool PrivateServer::stop() {
 }
 
 bool PrivateServer::restartSessionManager() {
-  const auto processId = [this] { return readText(folder() / "server" / "wireplumber.pid"); };
-  const std::string before = processId();
+  const pid_t before = processId("wireplumber");
   script_->signal(SIGUSR1);
-  return waitUntil([&] { return processId() != before; }) && waitUntil([this] {
+  return waitUntil([&] { return processId("wireplumber") != before; }) && waitUntil([this] {
            return run({"pw-metadata", "0"}).output.find("default.audio.sink") != std::string::npos;
          });
+}
+
+pid_t PrivateServer::processId(const std::string& name) const {
+  return std::stoi(readText(folder() / "server" / (name + ".pid")));
+}
+
+std::string PrivateServer::waitForEnd() {
+  script_->wait(15s);
+  return script_->error();
 }
 
 std::string PrivateServer::socket() const { return (folder() / "server" / "run" / "pipewire-0").string(); }

@@ -55,6 +55,11 @@ class PrivateServer {
   /// Restarts WirePlumber alone; returns whether a successor has taken its place and shown its default sink.
   bool restartSessionManager();
 
+  /// The process of "pipewire", "wireplumber" or "pipewire-pulse".
+  pid_t processId(const std::string& name) const;
+  /// Waits until the servers have ended, which they all do when one of them ends by itself; what was said about it.
+  std::string waitForEnd();
+
   /// What a client's environment needs.
   const std::map<std::string, std::string>& environment() const noexcept { return environment_; }
   /// The path of the server's socket, which clients of this process give as remote.name.
