@@ -160,7 +160,9 @@ for name in XDG_RUNTIME_DIR XDG_CONFIG_HOME XDG_STATE_HOME XDG_DATA_HOME XDG_CAC
   printf 'export %s=%q\n' "$name" "${!name}"
 done >"$directory/environment"
 
-serverEnvironment=()
+# The distribution's own files are copied and their folder named, so that nothing of the system's or the user's takes part.
+cp /usr/share/pipewire/*.conf "$directory/config/pipewire/" || fail "cannot find PipeWire's own configuration"
+serverEnvironment=("PIPEWIRE_CONFIG_DIR=$directory/config/pipewire")
 if [ -n "$driverDir" ]; then
   driverDir=$(realpath -e -- "$driverDir") || fail "there is no such driver folder"
   [ -f "$driverDir/libpipewire-module-brindlemux-driver.so" ] || fail "there is no driver in $driverDir"
@@ -172,7 +174,7 @@ if [ -n "$driverDir" ]; then
     done
   fi
   [ -d "$stockModules" ] || fail "cannot find PipeWire's own modules"
-  serverEnvironment=("PIPEWIRE_MODULE_DIR=$driverDir:$stockModules")
+  serverEnvironment+=("PIPEWIRE_MODULE_DIR=$driverDir:$stockModules")
 fi
 
 # ---- The three servers. Children are ended one by one, by process id, clients before their server.
@@ -281,7 +283,7 @@ driver_is_there() { client pw-metadata -n com.brindlemux.driver 0 bxcf | grep -q
 start pipewire env "${serverEnvironment[@]}" ${PRIVATE_AUDIO_SERVER_WRAPPER:-} pipewire
 await "the server's socket" socket_exists
 start wireplumber wireplumber
-start pipewire-pulse pipewire-pulse
+start pipewire-pulse env "${serverEnvironment[@]}" pipewire-pulse
 [ -z "$driverDir" ] || await "the driver" driver_is_there
 for spec in "${sinks[@]}"; do await "the ports of ${spec%%:*}" has_ports -i "$spec"; done
 for spec in "${sources[@]}"; do await "the ports of ${spec%%:*}" has_ports -o "$spec"; done
