@@ -16,7 +16,10 @@ PropertyClient::PropertyClient(const PrivateServer& server) {
   loop_ = pw_main_loop_new(nullptr);
   context_ = pw_context_new(pw_main_loop_get_loop(loop_), nullptr, 0);
   core_ = pw_context_connect(context_, pw_properties_new(PW_KEY_REMOTE_NAME, server.socket().c_str(), nullptr), 0);
-  if (core_ == nullptr) throw std::runtime_error("there is no server");
+  if (core_ == nullptr) {
+    close();
+    throw std::runtime_error("there is no server");
+  }
 
   static const pw_core_events coreEvents = [] {
     pw_core_events events = {};
@@ -59,11 +62,16 @@ PropertyClient::PropertyClient(const PrivateServer& server) {
   pw_registry_add_listener(registry_, &registryListener_, &registryEvents, this);
 
   synchronise();
-  if (metadata_ == nullptr) throw std::runtime_error("there is no driver");
+  if (metadata_ == nullptr) {
+    close();
+    throw std::runtime_error("there is no driver");
+  }
   synchronise();
 }
 
-PropertyClient::~PropertyClient() {
+PropertyClient::~PropertyClient() { close(); }
+
+void PropertyClient::close() {
   if (metadata_ != nullptr) pw_proxy_destroy(reinterpret_cast<pw_proxy*>(metadata_));
   if (registry_ != nullptr) pw_proxy_destroy(reinterpret_cast<pw_proxy*>(registry_));
   if (core_ != nullptr) pw_core_disconnect(core_);

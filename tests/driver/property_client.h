@@ -45,6 +45,7 @@ class PropertyClient {
   int otherShowings() const noexcept { return otherShowings_; }
 
  private:
+  void close();
   void bindDriver(std::uint32_t id);
   void show(std::uint32_t subject, const char* key, const char* type, const char* value);
 

@@ -56,6 +56,9 @@ PrivateServer::PrivateServer(const PrivateServerOptions& options) {
   add("--quantum", std::to_string(options.quantum));
   add("--min-quantum", std::to_string(options.minQuantum));
   add("--max-quantum", std::to_string(options.maxQuantum));
+#ifdef BRINDLEMUX_SERVER_WRAPPER
+  command_.environment["PRIVATE_AUDIO_SERVER_WRAPPER"] = BRINDLEMUX_SERVER_WRAPPER;
+#endif
   start();
 }
 
