@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <map>
+#include <optional>
 
 #include "model/driver_payload.h"
 
@@ -32,17 +33,55 @@ DeviceRecord recordOf(const ServerMirror& mirror, const ServerNode& node, std::s
   return device;
 }
 
-/// Nodes of the driver that belong to one UID; the newest of each kind.
-struct Pair {
-  const ServerNode* sink = nullptr;
-  const ServerNode* source = nullptr;
+/// A node of the driver with the ports that the program links, all of which have arrived.
+struct Half {
+  const ServerNode* node = nullptr;
+  std::vector<const ServerPort*> ports;
 };
+
+/// The driver's nodes that carry one UID, in the order in which they were made.
+struct Halves {
+  std::vector<Half> sinks;
+  std::vector<Half> sources;
+};
+
+struct Pair {
+  Half sink;
+  Half source;
+};
+
+/// The newest sink that has a source of its size, with the newest of those. A device that changes its channels has four
+/// nodes for a while: the former two are one device until the latter two are.
+std::optional<Pair> newestPair(const Halves& halves) {
+  for (auto sink = halves.sinks.rbegin(); sink != halves.sinks.rend(); ++sink) {
+    const auto source = std::find_if(halves.sources.rbegin(), halves.sources.rend(),
+                                     [&](const Half& half) { return half.ports.size() == sink->ports.size(); });
+    if (source != halves.sources.rend()) return Pair{*sink, *source};
+  }
+  return std::nullopt;
+}
+
+std::map<std::string_view, Pair> virtualPairs(const ServerMirror& mirror, const std::vector<const ServerNode*>& nodes) {
+  std::map<std::string_view, Halves> halves;
+  for (const ServerNode* node : nodes) {
+    const std::string_view uid = node->properties.value(driverNodeDeviceKey);
+    if (uid.empty() || (!isSink(*node) && !isSource(*node))) continue;
+    auto ports = completePorts(mirror, *node, isSink(*node) ? PW_DIRECTION_INPUT : PW_DIRECTION_OUTPUT);
+    if (ports.empty()) continue;
+    auto& side = isSink(*node) ? halves[uid].sinks : halves[uid].sources;
+    side.push_back({node, std::move(ports)});
+  }
+  std::map<std::string_view, Pair> pairs;
+  for (const auto& [uid, nodesOfUID] : halves) {
+    if (auto pair = newestPair(nodesOfUID)) pairs.emplace(uid, std::move(*pair));
+  }
+  return pairs;
+}
 
 }  // namespace
 
 std::vector<DeviceRecord> listDevices(const ServerMirror& mirror, ObjectIDs& ids) {
   std::vector<DeviceRecord> devices;
-  std::map<std::string_view, Pair> pairs;
   std::map<std::string_view, std::size_t> positions;
 
   const auto add = [&](DeviceRecord device) {
@@ -51,23 +90,17 @@ std::vector<DeviceRecord> listDevices(const ServerMirror& mirror, ObjectIDs& ids
   };
 
   const auto nodes = mirror.nodes();
-  for (const ServerNode* node : nodes) {
-    const std::string_view uid = node->properties.value(driverNodeDeviceKey);
-    if (uid.empty()) continue;
-    if (isSink(*node)) pairs[uid].sink = node;
-    if (isSource(*node)) pairs[uid].source = node;
-  }
-
+  const auto pairs = virtualPairs(mirror, nodes);
   for (const ServerNode* node : nodes) {
     const std::string_view pairUID = node->properties.value(driverNodeDeviceKey);
     if (!pairUID.empty()) {
-      const Pair& pair = pairs[pairUID];
-      if (node != pair.sink || pair.source == nullptr) continue;
+      const auto pair = pairs.find(pairUID);
+      if (pair == pairs.end() || node != pair->second.sink.node) continue;
       DeviceRecord device = recordOf(mirror, *node, pairUID, ids);
       device.isVirtual = true;
-      device.playbackPorts = completePorts(mirror, *pair.sink, PW_DIRECTION_INPUT);
-      device.capturePorts = completePorts(mirror, *pair.source, PW_DIRECTION_OUTPUT);
-      if (!device.playbackPorts.empty() && !device.capturePorts.empty()) add(std::move(device));
+      device.playbackPorts = pair->second.sink.ports;
+      device.capturePorts = pair->second.source.ports;
+      add(std::move(device));
       continue;
     }
     if (!isSink(*node) && !isSource(*node) && !isDuplex(*node)) continue;
