@@ -1,9 +1,9 @@
 #include <algorithm>
 #include <chrono>
-#include <cmath>
 #include <csignal>
 #include <gtest/gtest.h>
 
+#include "endtoend/levels.h"
 #include "endtoend/recorder.h"
 #include "endtoend/routing_session.h"
 #include "support/tone_analysis.h"
@@ -11,12 +11,6 @@
 
 namespace brindlemux::test {
 namespace {
-
-constexpr double rate = 48000.0;
-constexpr std::size_t second = 48000;
-constexpr double toleranceDb = 0.01;
-
-double decibels(double amplitude) { return 20.0 * std::log10(amplitude); }
 
 bool isSilent(const std::vector<float>& samples) {
   return !samples.empty() && std::ranges::all_of(samples, [](float sample) { return sample == 0.0F; });

@@ -8,13 +8,12 @@
 #include <string>
 #include <tuple>
 
+#include "endtoend/levels.h"
 #include "endtoend/recorder.h"
 #include "endtoend/routing_session.h"
 
 namespace brindlemux::test {
 namespace {
-
-constexpr std::size_t second = 48000;
 
 /// A source and how its sound gets there.
 struct Origin {

@@ -1,18 +1,12 @@
-#include <cmath>
 #include <gtest/gtest.h>
 
+#include "endtoend/levels.h"
 #include "endtoend/recorder.h"
 #include "endtoend/routing_session.h"
 #include "support/tone_analysis.h"
 
 namespace brindlemux::test {
 namespace {
-
-constexpr double rate = 48000.0;
-constexpr std::size_t second = 48000;
-constexpr double toleranceDb = 0.01;
-
-double decibels(double amplitude) { return 20.0 * std::log10(amplitude); }
 
 /// A graph of one stereo source, crossed into the device, which `monitor` plays. The block is one that a machine
 /// without real-time guarantees holds.
