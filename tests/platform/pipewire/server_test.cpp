@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
@@ -7,6 +9,8 @@
 
 #include "platform/driver_config.h"
 #include "platform/pipewire/pipewire_audio_hardware.h"
+#include "platform/pipewire/playback_streams.h"
+#include "platform/pipewire/port_linker.h"
 #include "support/private_server.h"
 #include "support/server_dump.h"
 #include "support/tone_analysis.h"
@@ -91,6 +95,63 @@ TEST_F(PipeWireServer, aVirtualDeviceStaysListedWhileItsChannelsChange) {
     EXPECT_TRUE(hasChannels(static_cast<std::size_t>(count))) << server_.logs();
     EXPECT_EQ(absences, 0) << "on the way to " << count << " channels";
   }
+}
+
+/// A tap of all system audio at work, and what its procedure has met.
+struct RunningTap {
+  AudioObjectID aggregate = kAudioObjectUnknown;
+  AudioDeviceIOProcID procedure = 0;
+  std::shared_ptr<std::atomic<int>> cycles = std::make_shared<std::atomic<int>>(0);
+  /// The cycles that did not begin with a silent frame.
+  std::shared_ptr<std::atomic<int>> sounding = std::make_shared<std::atomic<int>>(0);
+};
+
+RunningTap startTap(AudioHardware& hardware) {
+  TapDescription description;
+  description.uuid.bytes[15] = 1;
+  description.name = "All";
+  description.selection = TapDescription::Selection::allExcept;
+  AudioObjectID tap = kAudioObjectUnknown;
+  EXPECT_EQ(hardware.createProcessTap(description, tap), noErr);
+  const Dictionary aggregate = {
+      {"uid", std::string("com.brindlemux.tap.test")},
+      {"master", std::string("speakers")},
+      {"taps", DictionaryArray{Dictionary{{"uid", description.uuid.string()}}}},
+  };
+  RunningTap running;
+  EXPECT_EQ(hardware.createAggregateDevice(aggregate, running.aggregate), noErr);
+  const auto count = [cycles = running.cycles, sounding = running.sounding](AudioBufferList input) {
+    ++*cycles;
+    if (input.front().data[0] != 0.0F) ++*sounding;
+  };
+  EXPECT_EQ(hardware.createIOProc(running.aggregate, "test", count, running.procedure), noErr);
+  EXPECT_EQ(hardware.startDevice(running.aggregate, running.procedure), noErr);
+  return running;
+}
+
+TEST_F(PipeWireServer, aCrowdOfStreamsIsTappedUpToWhatAPortTakes) {
+  const RunningTap tap = startTap(*hardware_);
+  const auto tapLinks = [this] {
+    const ServerDump dump(server_);
+    const auto node = dump.node("brindlemux.tap");
+    if (!node) return std::ptrdiff_t{-1};
+    return std::ranges::count_if(dump.links(), [&](const auto& link) { return link.inputNode == node->id; });
+  };
+  constexpr auto most = static_cast<std::ptrdiff_t>(mostLinksPerInput);
+  // More than the library mixes into one port, left and right.
+  PlaybackStreams streams(140);
+  EXPECT_TRUE(waitUntil([&] { return tapLinks() == 2 * most; })) << tapLinks();
+  // 70 and 100 more, of which those that were left out find room.
+  streams.keepFirst(70);
+  EXPECT_TRUE(waitUntil([&] { return tapLinks() == 2 * 70; })) << tapLinks();
+  {
+    const PlaybackStreams others(100);
+    EXPECT_TRUE(waitUntil([&] { return tapLinks() == 2 * most; })) << tapLinks();
+    streams.keepFirst(10);
+    EXPECT_TRUE(waitUntil([&] { return tapLinks() == 2 * 110; })) << tapLinks();
+  }
+  EXPECT_TRUE(waitUntil([&] { return tapLinks() == 2 * 10; })) << tapLinks();
+  EXPECT_EQ(hardware_->destroyIOProc(tap.aggregate, tap.procedure), noErr);
 }
 
 }  // namespace
