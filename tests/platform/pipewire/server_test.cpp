@@ -4,9 +4,11 @@
 #include <cstdlib>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <map>
 #include <memory>
 #include <string>
 
+#include "platform/discovery.h"
 #include "platform/driver_config.h"
 #include "platform/pipewire/pipewire_audio_hardware.h"
 #include "platform/pipewire/playback_streams.h"
@@ -152,6 +154,28 @@ TEST_F(PipeWireServer, aCrowdOfStreamsIsTappedUpToWhatAPortTakes) {
   }
   EXPECT_TRUE(waitUntil([&] { return tapLinks() == 2 * 10; })) << tapLinks();
   EXPECT_EQ(hardware_->destroyIOProc(tap.aggregate, tap.procedure), noErr);
+}
+
+TEST_F(PipeWireServer, applicationsInSandboxesAreToldApartByMoreThanTheirNumbers) {
+  const std::string tone = writeTone().string();
+  const auto play = [&](const std::string& application) {
+    const std::string properties = "PULSE_PROP=application.process.id=2 pipewire.access.portal.app_id=" + application;
+    return server_.launch({"env", properties, "paplay", tone});
+  };
+  const auto first = play("com.example.First");
+  const auto second = play("com.example.Second");
+  const Discovery discovery(*hardware_, hardware_->runningApplications());
+  const auto playing = [&] {
+    std::map<std::string, AudioObjectID> objects;
+    for (const AudioProcessInfo& process : discovery.listAudioProcesses()) {
+      if (process.isPlaying) objects.emplace(process.bundleID.value_or(""), process.id);
+    }
+    return objects;
+  };
+  EXPECT_TRUE(waitUntil([&] { return playing().size() == 2; })) << server_.logs();
+  const auto objects = playing();
+  ASSERT_TRUE(objects.contains("com.example.First") && objects.contains("com.example.Second"));
+  EXPECT_NE(objects.at("com.example.First"), objects.at("com.example.Second"));
 }
 
 }  // namespace
