@@ -31,6 +31,7 @@ OSStatus StreamRegistry::createTap(const TapDescription& description, AudioObjec
 }
 
 OSStatus StreamRegistry::destroyTap(AudioObjectID tap) {
+  const auto guard = server_.lock();
   return taps_.erase(tap) > 0 ? noErr : kAudioHardwareBadObjectError;
 }
 
@@ -58,6 +59,7 @@ OSStatus StreamRegistry::createAggregate(const Dictionary& description, AudioObj
 }
 
 OSStatus StreamRegistry::destroyAggregate(AudioObjectID device) {
+  const auto guard = server_.lock();
   return aggregates_.erase(device) > 0 ? noErr : kAudioHardwareBadDeviceError;
 }
 

@@ -12,7 +12,8 @@ namespace brindlemux {
 
 /// The program's I/O procedures, output units, process taps and aggregate devices, and the routes that run them.
 ///
-/// Threads: the main thread; takes the server's lock where it needs it.
+/// Threads: the main thread; takes the server's lock where it needs it. `hasTap` and `hasAggregate` any, under that
+/// lock, which every change of taps and aggregates takes.
 class StreamRegistry {
  public:
   explicit StreamRegistry(ServerState& server) : server_(server) {}

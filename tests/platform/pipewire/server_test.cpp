@@ -7,6 +7,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <thread>
 
 #include "platform/discovery.h"
 #include "platform/driver_config.h"
@@ -26,19 +27,21 @@ constexpr AudioObjectPropertyAddress global(FourCharCode selector) {
   return {selector, kAudioObjectPropertyScopeGlobal, kAudioObjectPropertyElementMain};
 }
 
-PrivateServerOptions serverOptions() {
+PrivateServerOptions serverOptions(PrivateServerOptions::Driver driver) {
   PrivateServerOptions options;
+  options.driver = driver;
   options.sinks = {{.name = "speakers", .channels = 2, .description = "Speakers"}};
   options.sources = {{.name = "mic", .channels = 2, .description = "Microphone"}};
   return options;
 }
 
-/// The hardware on a server with the driver.
+/// The hardware on a server.
 ///
 /// Threads: the main thread.
 class PipeWireServer : public testing::Test {
  protected:
-  PipeWireServer() : server_(serverOptions()) {
+  explicit PipeWireServer(PrivateServerOptions::Driver driver = PrivateServerOptions::Driver::absent)
+      : server_(serverOptions(driver)) {
     for (const auto& [name, value] : server_.environment()) setenv(name.c_str(), value.c_str(), 1);
     hardware_ = std::make_unique<PipeWireAudioHardware>();
   }
@@ -69,7 +72,12 @@ class PipeWireServer : public testing::Test {
 
 constexpr const char* virtualUID = "BrindlemuxAudio_UID_5D9F2C1E-0B6A-4C38-9E47-1A2B3C4D5E6F";
 
-TEST_F(PipeWireServer, aVirtualDeviceStaysListedWhileItsChannelsChange) {
+class PipeWireServerWithDriver : public PipeWireServer {
+ protected:
+  PipeWireServerWithDriver() : PipeWireServer(PrivateServerOptions::Driver::loaded) {}
+};
+
+TEST_F(PipeWireServerWithDriver, aVirtualDeviceStaysListedWhileItsChannelsChange) {
   DriverConfig driver(*hardware_);
   const auto hasChannels = [this](std::size_t count) {
     return channels(virtualUID, kAudioObjectPropertyScopeInput) == count &&
@@ -176,6 +184,28 @@ TEST_F(PipeWireServer, applicationsInSandboxesAreToldApartByMoreThanTheirNumbers
   const auto objects = playing();
   ASSERT_TRUE(objects.contains("com.example.First") && objects.contains("com.example.Second"));
   EXPECT_NE(objects.at("com.example.First"), objects.at("com.example.Second"));
+}
+
+TEST_F(PipeWireServer, propertiesAreReadByOtherThreadsWhileTapsComeAndGo) {
+  std::atomic<AudioObjectID> latest = kAudioObjectUnknown;
+  std::atomic<bool> isOver = false;
+  std::atomic<int> found = 0;
+  std::thread reader([&] {
+    while (!isOver) {
+      PropertyValue value;
+      if (hardware_->propertyData(latest, global(kAudioTapPropertyFormat), {}, value) == noErr) ++found;
+    }
+  });
+  for (int round = 0; round < 100; ++round) {
+    AudioObjectID tap = kAudioObjectUnknown;
+    EXPECT_EQ(hardware_->createProcessTap({}, tap), noErr);
+    latest = tap;
+    const int before = found;
+    EXPECT_TRUE(waitUntil([&] { return found > before; }));
+    EXPECT_EQ(hardware_->destroyProcessTap(tap), noErr);
+  }
+  isOver = true;
+  reader.join();
 }
 
 }  // namespace
