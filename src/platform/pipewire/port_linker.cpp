@@ -49,9 +49,14 @@ void PortLinker::apply(pw_core* core, std::span<const LinkRequest> wanted) {
     return !wantedKeys.contains(entry.first) || (entry.second->isRemoved && !entry.second->isRefused);
   });
 
+  std::map<std::int64_t, std::size_t> linksOfInput;
+  for (const auto& [key, link] : links_) {
+    if (!link->isRefused) ++linksOfInput[key.second];
+  }
   for (const LinkRequest& request : wanted) {
     const Key key{request.output->serial, request.input->serial};
-    if (links_.contains(key)) continue;
+    std::size_t& linkCount = linksOfInput[request.input->serial];
+    if (links_.contains(key) || linkCount >= mostLinksPerInput) continue;
     pw_properties* const properties = pw_properties_new(PW_KEY_OBJECT_LINGER, "false", PW_KEY_LINK_PASSIVE,
                                                         request.mode == LinkMode::passive ? "true" : "false", nullptr);
     pw_properties_setf(properties, PW_KEY_LINK_OUTPUT_NODE, "%u", request.output->nodeID);
@@ -66,6 +71,7 @@ void PortLinker::apply(pw_core* core, std::span<const LinkRequest> wanted) {
     if (link->proxy == nullptr) continue;
     pw_proxy_add_listener(link->proxy, &link->listener, &events, link.get());
     links_.emplace(key, std::move(link));
+    ++linkCount;
   }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -24,9 +25,13 @@ struct LinkRequest {
   LinkMode mode = LinkMode::waking;
 };
 
+/// The most links that one input port is given. The server's library mixes at most 128 into a port of a client, and
+/// crashes the client when it takes away a port that was given more; the rest is room for links that are on their way.
+inline constexpr std::size_t mostLinksPerInput = 120;
+
 /// Owns the links of the program's nodes: makes the ones that are wanted and missing, removes the ones that are no
 /// longer wanted. A link that somebody else removes is made again; one that the server refuses is tried again only when
-/// one of its ports has been replaced.
+/// one of its ports has been replaced. Links beyond what an input port takes wait for others to go.
 ///
 /// Threads: under the connection's lock.
 class PortLinker {

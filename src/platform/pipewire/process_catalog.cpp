@@ -9,6 +9,8 @@
 namespace brindlemux {
 namespace {
 
+constexpr const char* portalApplicationKey = "pipewire.access.portal.app_id";
+
 bool isPlaybackStream(const ServerNode& node) { return node.mediaClass() == "Stream/Output/Audio"; }
 bool isAudioStream(const ServerNode& node) {
   return isPlaybackStream(node) || node.mediaClass() == "Stream/Input/Audio";
@@ -70,17 +72,26 @@ std::string baseName(std::string_view path) { return std::filesystem::path(path)
 
 }  // namespace
 
-std::optional<std::int32_t> ProcessCatalog::processOf(const ServerClient& client) const {
+std::int32_t ProcessCatalog::standIn(std::string_view sandbox, std::int64_t statedPID) {
+  const auto [entry, isFirst] = standIns_.try_emplace({std::string(sandbox), statedPID}, nextStandIn_);
+  if (isFirst) --nextStandIn_;
+  return entry->second;
+}
+
+std::optional<std::int32_t> ProcessCatalog::processOf(const ServerClient& client) {
   // The kernel vouches for a client's process; the pulse server's clients all carry the pulse server's.
   const bool isPulse = client.properties.value(PW_KEY_CLIENT_API) == "pipewire-pulse";
   const auto stated = client.properties.number(PW_KEY_APP_PROCESS_ID);
   const auto vouched = client.properties.number(PW_KEY_SEC_PID);
+  // Most sandboxes number their application 2: without their names all of them would be one process.
+  const std::string_view sandbox = client.properties.value(portalApplicationKey);
+  if (isPulse && stated && !sandbox.empty()) return standIn(sandbox, *stated);
   const auto pid = isPulse ? (stated ? stated : vouched) : (vouched ? vouched : stated);
   if (!pid || *pid <= 0) return std::nullopt;
   return static_cast<std::int32_t>(*pid);
 }
 
-std::optional<std::int32_t> ProcessCatalog::processOf(const ServerNode& node) const {
+std::optional<std::int32_t> ProcessCatalog::processOf(const ServerNode& node) {
   if (const auto clientID = node.properties.number(PW_KEY_CLIENT_ID)) {
     const ServerClient* client = mirror_.client(static_cast<std::uint32_t>(*clientID));
     if (client != nullptr) {
@@ -135,6 +146,7 @@ std::vector<ProcessRecord> ProcessCatalog::list() {
     applications_.erase(entry.second);
     return true;
   });
+  std::erase_if(standIns_, [&](const auto& entry) { return !positions.contains(entry.second); });
 
   for (std::size_t i = 0; i < records.size(); ++i) {
     ProcessRecord& record = records[i];
@@ -145,7 +157,7 @@ std::vector<ProcessRecord> ProcessCatalog::list() {
     if (binary.empty()) binary = executableName(record.pid);
     const auto entry = entries_.forBinary(binary);
 
-    if (const auto portal = identity.first("pipewire.access.portal.app_id"); !portal.empty()) {
+    if (const auto portal = identity.first(portalApplicationKey); !portal.empty()) {
       record.bundleID = portal;
     } else if (const auto application = identity.first(PW_KEY_APP_ID); !application.empty()) {
       record.bundleID = application;
@@ -166,7 +178,7 @@ std::vector<ProcessRecord> ProcessCatalog::list() {
   return records;
 }
 
-std::vector<const ServerNode*> ProcessCatalog::playbackStreamsWithoutProcess() const {
+std::vector<const ServerNode*> ProcessCatalog::playbackStreamsWithoutProcess() {
   std::vector<const ServerNode*> streams;
   for (const ServerNode* node : mirror_.nodes()) {
     if (isPlaybackStream(*node) && !processOf(*node)) streams.push_back(node);

@@ -6,6 +6,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "platform/audio_types.h"
@@ -18,6 +19,8 @@ namespace brindlemux {
 /// One process with everything that it owns on the server.
 struct ProcessRecord {
   AudioObjectID id = kAudioObjectUnknown;
+  /// The process ID; a negative stand-in for a process in a sandbox that the kernel does not vouch for, since the
+  /// number that it states counts within its sandbox alone.
   std::int32_t pid = -1;
   std::string bundleID;
   /// What a person would call it; empty for a process that never had an audio stream.
@@ -39,11 +42,12 @@ class ProcessCatalog {
   std::vector<ProcessRecord> list();
 
   /// The playback streams whose process is not known.
-  std::vector<const ServerNode*> playbackStreamsWithoutProcess() const;
+  std::vector<const ServerNode*> playbackStreamsWithoutProcess();
 
  private:
-  std::optional<std::int32_t> processOf(const ServerClient& client) const;
-  std::optional<std::int32_t> processOf(const ServerNode& node) const;
+  std::optional<std::int32_t> processOf(const ServerClient& client);
+  std::optional<std::int32_t> processOf(const ServerNode& node);
+  std::int32_t standIn(std::string_view sandbox, std::int64_t statedPID);
   const std::string& processKey(std::int32_t pid);
 
   const ServerMirror& mirror_;
@@ -52,6 +56,9 @@ class ProcessCatalog {
   /// Keys of the processes that have had a stream: their clients stay applications while they are silent.
   std::set<std::string, std::less<>> applications_;
   std::map<std::int32_t, std::string> keys_;
+  /// The stand-ins of processes in sandboxes, by sandbox and the number that they state.
+  std::map<std::pair<std::string, std::int64_t>, std::int32_t> standIns_;
+  std::int32_t nextStandIn_ = -100;
 };
 
 }  // namespace brindlemux

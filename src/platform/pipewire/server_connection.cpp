@@ -119,6 +119,8 @@ void ServerConnection::connect() {
     return;
   }
   lost_ = false;
+  // Sequence numbers start over with each connection: one of the last must not pass for an answer of this one.
+  doneSequence_ = 0;
   pw_core_add_listener(core_, &coreListener_, &events, this);
   delegate_.serverConnected(core_);
 }

@@ -51,7 +51,7 @@ class ServerConnection {
   pw_core* core() const noexcept { return core_; }
 
   /// Waits until the server has answered everything sent before. Returns whether it did in time.
-  /// Threads: any but the event loop's; must not hold the lock more than once.
+  /// Threads: any but the event loop's; must not hold the lock.
   bool roundTrip(std::chrono::milliseconds timeout);
 
   /// Asks for `serverUpdated`. Threads: any.

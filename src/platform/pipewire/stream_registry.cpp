@@ -20,6 +20,12 @@ const Held* member(const Dictionary& dictionary, std::string_view key) {
 
 }  // namespace
 
+StreamRegistry::~StreamRegistry() {
+  const auto guard = server_.lock();
+  for (const auto& entry : procedures_) server_.routes().stop(entry.first);
+  for (const auto& entry : units_) server_.routes().stop(entry.first);
+}
+
 OSStatus StreamRegistry::createTap(const TapDescription& description, AudioObjectID& tap) {
   const auto guard = server_.lock();
   for (const AudioObjectID process : description.processes) {
@@ -31,6 +37,7 @@ OSStatus StreamRegistry::createTap(const TapDescription& description, AudioObjec
 }
 
 OSStatus StreamRegistry::destroyTap(AudioObjectID tap) {
+  const auto guard = server_.lock();
   return taps_.erase(tap) > 0 ? noErr : kAudioHardwareBadObjectError;
 }
 
@@ -58,6 +65,7 @@ OSStatus StreamRegistry::createAggregate(const Dictionary& description, AudioObj
 }
 
 OSStatus StreamRegistry::destroyAggregate(AudioObjectID device) {
+  const auto guard = server_.lock();
   return aggregates_.erase(device) > 0 ? noErr : kAudioHardwareBadDeviceError;
 }
 

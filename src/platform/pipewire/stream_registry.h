@@ -12,10 +12,15 @@ namespace brindlemux {
 
 /// The program's I/O procedures, output units, process taps and aggregate devices, and the routes that run them.
 ///
-/// Threads: the main thread; takes the server's lock where it needs it.
+/// Threads: the main thread; takes the server's lock where it needs it. `hasTap` and `hasAggregate` any, under that
+/// lock, which every change of taps and aggregates takes.
 class StreamRegistry {
  public:
   explicit StreamRegistry(ServerState& server) : server_(server) {}
+  /// Stops whatever runs: the wiring of a route looks at the registry for as long as the route is there.
+  ~StreamRegistry();
+  StreamRegistry(const StreamRegistry&) = delete;
+  StreamRegistry& operator=(const StreamRegistry&) = delete;
 
   OSStatus createTap(const TapDescription& description, AudioObjectID& tap);
   OSStatus destroyTap(AudioObjectID tap);
