@@ -1,6 +1,7 @@
 #include "engine/mix_bus.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <mutex>
 #include <utility>
@@ -15,6 +16,9 @@ using Cursors = std::unordered_map<UUID, std::int64_t>;
 
 /// A reader that has no position yet.
 constexpr std::int64_t unpositioned = -1;
+
+/// Output channels that are limited and metered together; no virtual device has more.
+constexpr std::size_t channelsPerLot = 16;
 
 /// The entry of a channel that has one in a list of gains, otherwise `fallback`.
 float gainOf(std::int64_t channel, const std::vector<float>& gains, float fallback) {
@@ -132,13 +136,18 @@ void MixBus::renderVirtual(std::span<float* const> buffers, std::int64_t frames)
   }
   if (frames < 1) return;
 
+  // Limited and scanned in one pass before the lock is taken; the peaks wait on the stack, in lots.
   const auto length = static_cast<std::size_t>(frames);
-  for (float* buffer : buffers) softLimit({buffer, length});
+  std::array<float, channelsPerLot> peaks;
+  for (std::size_t first = 0; first < buffers.size(); first += channelsPerLot) {
+    const std::span<float* const> lot = buffers.subspan(first, std::min(buffers.size() - first, channelsPerLot));
+    for (std::size_t channel = 0; channel < lot.size(); ++channel) peaks[channel] = softLimit({lot[channel], length});
 
-  const std::lock_guard guard(meterLock_);
-  const std::size_t metered = std::min(buffers.size(), outputPeakAccum_.size());
-  for (std::size_t channel = 0; channel < metered; ++channel) {
-    outputPeakAccum_[channel] = std::max(outputPeakAccum_[channel], peakMagnitude({buffers[channel], length}));
+    const std::lock_guard guard(meterLock_);
+    for (std::size_t channel = 0; channel < lot.size() && first + channel < outputPeakAccum_.size(); ++channel) {
+      float& peak = outputPeakAccum_[first + channel];
+      peak = std::max(peak, peaks[channel]);
+    }
   }
 }
 

@@ -1,10 +1,10 @@
 #include "engine/source_ring.h"
 
 #include <algorithm>
-#include <limits>
+#include <array>
+#include <bit>
 #include <mutex>
 
-#include "engine/soft_limiter.h"
 #include "model/fatal_error.h"
 
 namespace brindlemux {
@@ -16,6 +16,11 @@ constexpr std::int64_t maximumChannels = 16;
 // that a single unusual one does not push up every reader's latency for good.
 constexpr std::int64_t maximumLagFrames = 4096;
 constexpr std::int64_t minimumSlackFrames = 2400;
+
+// Taps are sorted by their output in lots of this many, and as many outputs are told apart.
+constexpr std::size_t tapsPerLot = 64;
+// Inputs of one output that are added in one pass.
+constexpr std::size_t inputsPerPass = 32;
 
 std::int64_t sum(std::int64_t first, std::int64_t second) noexcept {
   std::int64_t result = 0;
@@ -46,15 +51,6 @@ void forEachStretch(std::int64_t slot, std::int64_t frames, std::int64_t capacit
   }
 }
 
-/// The product is formed first, then added, each rounded to 32 bits.
-void addScaled(float* __restrict into, const float* __restrict from, float gain, std::int64_t frames) noexcept {
-  for (std::int64_t i = 0; i < frames; ++i) into[i] += gain * from[i];
-}
-
-float raised(float peak, const float* samples, std::int64_t frames) noexcept {
-  return std::max(peak, peakMagnitude({samples, static_cast<std::size_t>(frames)}));
-}
-
 bool isPlanar(const CapturedBuffer& buffer) noexcept {
   return !buffer.planar.empty() && std::ranges::none_of(buffer.planar, [](const float* data) { return !data; });
 }
@@ -65,8 +61,9 @@ bool isInterleaved(const CapturedBuffer& buffer) noexcept {
 
 }  // namespace
 
-SourceRing::SourceRing(std::int64_t channels, std::int64_t capacityFrames)
-    : channels_(std::clamp(channels, std::int64_t{1}, maximumChannels)),
+SourceRing::SourceRing(std::int64_t channels, std::int64_t capacityFrames, const Kernels& kernels)
+    : kernels_(kernels),
+      channels_(std::clamp(channels, std::int64_t{1}, maximumChannels)),
       capacity_(capacityFrames),
       storage_(storageSize(channels_, capacityFrames)),
       peakAccum_(static_cast<std::size_t>(channels_)) {}
@@ -77,40 +74,40 @@ void SourceRing::write(const CapturedBuffer& buffer) noexcept {
   const std::lock_guard guard(lock_);
   maxWriteFrames_ = std::max(maxWriteFrames_, std::min(buffer.frames, maximumLagFrames));
   if (capacity_ == 0) fatalError("a ring without capacity");
-  const std::int64_t slot = head_ % capacity_;
   const std::int64_t newHead = sum(head_, buffer.frames);
   if (isPlanar(buffer)) {
-    raisePeaksAndCopyPlanar(buffer, slot);
+    raisePeaksAndCopyPlanar(buffer);
   } else if (isInterleaved(buffer)) {
-    raisePeaksAndCopyInterleaved(buffer, slot);
+    raisePeaksAndCopyInterleaved(buffer);
   } else {
     return;
   }
   head_ = newHead;
+  headSlot_ += buffer.frames;
+  if (headSlot_ >= capacity_) headSlot_ %= capacity_;
 }
 
-void SourceRing::raisePeaksAndCopyPlanar(const CapturedBuffer& buffer, std::int64_t slot) noexcept {
+void SourceRing::raisePeaksAndCopyPlanar(const CapturedBuffer& buffer) noexcept {
   const auto lastChannel = static_cast<std::int64_t>(buffer.planar.size()) - 1;
   for (std::int64_t channel = 0; channel < channels_; ++channel) {
     const float* source = buffer.planar[static_cast<std::size_t>(std::min(lastChannel, channel))];
     float* ring = storage_.data() + channel * capacity_;
     float& peak = peakAccum_[static_cast<std::size_t>(channel)];
-    forEachStretch(slot, buffer.frames, capacity_, [&](std::int64_t at, std::int64_t offset, std::int64_t length) {
-      std::copy_n(source + offset, length, ring + at);
-      peak = raised(peak, ring + at, length);
+    forEachStretch(headSlot_, buffer.frames, capacity_, [&](std::int64_t at, std::int64_t offset, std::int64_t length) {
+      peak = std::max(peak, kernels_.copyWithPeak(ring + at, source + offset, length));
     });
   }
 }
 
-void SourceRing::raisePeaksAndCopyInterleaved(const CapturedBuffer& buffer, std::int64_t slot) noexcept {
+void SourceRing::raisePeaksAndCopyInterleaved(const CapturedBuffer& buffer) noexcept {
   const std::int64_t stride = buffer.interleavedChannels;
   for (std::int64_t channel = 0; channel < channels_; ++channel) {
     const float* source = buffer.interleaved + std::min(stride - 1, channel);
     float* ring = storage_.data() + channel * capacity_;
     float& peak = peakAccum_[static_cast<std::size_t>(channel)];
-    forEachStretch(slot, buffer.frames, capacity_, [&](std::int64_t at, std::int64_t offset, std::int64_t length) {
+    forEachStretch(headSlot_, buffer.frames, capacity_, [&](std::int64_t at, std::int64_t offset, std::int64_t length) {
       for (std::int64_t i = 0; i < length; ++i) ring[at + i] = source[(offset + i) * stride];
-      peak = raised(peak, ring + at, length);
+      peak = std::max(peak, kernels_.peakMagnitude(ring + at, length));
     });
   }
 }
@@ -131,18 +128,76 @@ void SourceRing::mixRead(std::int64_t frames, std::int64_t& cursor, std::span<fl
   const std::int64_t available = std::min(head_ - cursor, frames);
   if (!taps.empty()) {
     if (capacity_ == 0) fatalError("a ring without capacity");
-    const std::int64_t slot = cursor % capacity_;
-    const auto outputs = static_cast<std::int64_t>(buffers.size());
-    for (const Tap& tap : taps) {
-      if (tap.src < 0 || tap.src >= channels_ || tap.out < 0 || tap.out >= outputs) continue;
-      float* output = buffers[static_cast<std::size_t>(tap.out)];
-      const float* ring = storage_.data() + tap.src * capacity_;
-      forEachStretch(slot, available, capacity_, [&](std::int64_t at, std::int64_t offset, std::int64_t length) {
-        addScaled(output + offset, ring + at, tap.gain, length);
-      });
-    }
+    addTaps(slotOf(cursor), available, buffers, taps);
   }
   cursor += available;
+}
+
+/// The slot of a position that is not past the head.
+std::int64_t SourceRing::slotOf(std::int64_t position) const noexcept {
+  const std::int64_t distance = head_ - position;
+  // A reader that was just repositioned in a very short ring.
+  if (distance > capacity_) return position % capacity_;
+  return distance <= headSlot_ ? headSlot_ - distance : headSlot_ - distance + capacity_;
+}
+
+void SourceRing::addTaps(std::int64_t slot, std::int64_t frames, std::span<float* const> buffers,
+                         std::span<const Tap> taps) const noexcept {
+  const auto channels = static_cast<std::uint64_t>(channels_);
+  std::array<ScaledInput, inputsPerPass> inputs;
+  const auto inputOf = [this](const Tap& tap) noexcept {
+    return ScaledInput{.samples = storage_.data() + tap.src * capacity_, .gain = tap.gain};
+  };
+  while (!taps.empty()) {
+    // A chain per output through the taps of a lot, from each to the next in the order of the list. Outputs share
+    // nothing, so it does not matter which of them comes first.
+    constexpr std::uint8_t none = tapsPerLot;
+    std::array<std::uint8_t, tapsPerLot> first;
+    std::array<std::uint8_t, tapsPerLot> next;
+    std::uint64_t fed = 0;
+    const std::span<const Tap> lot = taps.first(std::min(taps.size(), tapsPerLot));
+    for (std::size_t i = lot.size(); i-- > 0;) {
+      const auto output = static_cast<std::uint64_t>(lot[i].out);
+      // As unsigned numbers, negative ones are too large.
+      if (static_cast<std::uint64_t>(lot[i].src) >= channels || output >= buffers.size()) continue;
+      if (output >= tapsPerLot) continue;
+      const std::uint64_t bit = std::uint64_t{1} << output;
+      next[i] = (fed & bit) != 0 ? first[output] : none;
+      first[output] = static_cast<std::uint8_t>(i);
+      fed |= bit;
+    }
+    for (; fed != 0; fed &= fed - 1) {
+      const auto output = static_cast<std::size_t>(std::countr_zero(fed));
+      std::size_t count = 0;
+      for (std::uint8_t i = first[output]; i != none; i = next[i]) {
+        if (count == inputs.size()) {
+          addPass(slot, frames, buffers[output], inputs);
+          count = 0;
+        }
+        inputs[count++] = inputOf(lot[i]);
+      }
+      addPass(slot, frames, buffers[output], std::span(inputs).first(count));
+    }
+    // Outputs beyond those that a lot tells apart take their taps one by one.
+    if (buffers.size() > tapsPerLot) {
+      for (const Tap& tap : lot) {
+        const auto output = static_cast<std::uint64_t>(tap.out);
+        if (static_cast<std::uint64_t>(tap.src) >= channels || output < tapsPerLot || output >= buffers.size())
+          continue;
+        const ScaledInput input = inputOf(tap);
+        addPass(slot, frames, buffers[output], {&input, 1});
+      }
+    }
+    taps = taps.subspan(lot.size());
+  }
+}
+
+void SourceRing::addPass(std::int64_t slot, std::int64_t frames, float* output,
+                         std::span<const ScaledInput> inputs) const noexcept {
+  const auto count = static_cast<std::int64_t>(inputs.size());
+  forEachStretch(slot, frames, capacity_, [&](std::int64_t at, std::int64_t offset, std::int64_t length) {
+    kernels_.addScaled(output + offset, inputs.data(), count, at, length);
+  });
 }
 
 std::vector<float> SourceRing::takePeaks() {
