@@ -1,0 +1,12 @@
+#pragma once
+
+namespace brindlemux::bench {
+
+// Each registers the benchmarks of one subject, which run in the order of registration.
+void registerMixing();
+void registerWriting();
+void registerLimiting();
+void registerBus();
+void registerLock();
+
+}  // namespace brindlemux::bench
