@@ -17,10 +17,8 @@ constexpr std::int64_t maximumChannels = 16;
 constexpr std::int64_t maximumLagFrames = 4096;
 constexpr std::int64_t minimumSlackFrames = 2400;
 
-// Taps are sorted by their output in lots of this many, and as many outputs are told apart.
+// Taps are sorted by their output in lots of this many.
 constexpr std::size_t tapsPerLot = 64;
-// Inputs of one output that are added in one pass.
-constexpr std::size_t inputsPerPass = 32;
 
 std::int64_t sum(std::int64_t first, std::int64_t second) noexcept {
   std::int64_t result = 0;
@@ -49,6 +47,37 @@ void forEachStretch(std::int64_t slot, std::int64_t frames, std::int64_t capacit
     offset += length;
     slot = 0;
   }
+}
+
+/// Brings the inputs of one output together, in the order that they have. What different outputs receive does not
+/// depend on the order in which they do. `fed` has bit output % 64 set for every output.
+void sortByOutput(std::span<ScaledInput> inputs, std::span<std::size_t> outputs, std::uint64_t fed) noexcept {
+  // For each bit a chain from its first input to its next. Outputs that share a bit may stay interleaved, which costs
+  // passes, not correctness.
+  static_assert(tapsPerLot < 255);
+  constexpr std::uint8_t none = 255;
+  std::array<std::uint8_t, 64> first;
+  std::array<std::uint8_t, tapsPerLot> next;
+  std::uint64_t seen = 0;
+  for (std::size_t i = inputs.size(); i-- > 0;) {
+    const std::size_t place = outputs[i] % 64;
+    const std::uint64_t bit = std::uint64_t{1} << place;
+    next[i] = (seen & bit) != 0 ? first[place] : none;
+    first[place] = static_cast<std::uint8_t>(i);
+    seen |= bit;
+  }
+  std::array<ScaledInput, tapsPerLot> sortedInputs;
+  std::array<std::size_t, tapsPerLot> sortedOutputs;
+  std::size_t count = 0;
+  for (; fed != 0; fed &= fed - 1) {
+    for (std::uint8_t i = first[static_cast<std::size_t>(std::countr_zero(fed))]; i != none; i = next[i]) {
+      sortedInputs[count] = inputs[i];
+      sortedOutputs[count] = outputs[i];
+      ++count;
+    }
+  }
+  std::copy_n(sortedInputs.begin(), count, inputs.begin());
+  std::copy_n(sortedOutputs.begin(), count, outputs.begin());
 }
 
 bool isPlanar(const CapturedBuffer& buffer) noexcept {
@@ -144,60 +173,48 @@ std::int64_t SourceRing::slotOf(std::int64_t position) const noexcept {
 void SourceRing::addTaps(std::int64_t slot, std::int64_t frames, std::span<float* const> buffers,
                          std::span<const Tap> taps) const noexcept {
   const auto channels = static_cast<std::uint64_t>(channels_);
-  std::array<ScaledInput, inputsPerPass> inputs;
-  const auto inputOf = [this](const Tap& tap) noexcept {
-    return ScaledInput{.samples = storage_.data() + tap.src * capacity_, .gain = tap.gain};
-  };
   while (!taps.empty()) {
-    // A chain per output through the taps of a lot, from each to the next in the order of the list. Outputs share
-    // nothing, so it does not matter which of them comes first.
-    constexpr std::uint8_t none = tapsPerLot;
-    std::array<std::uint8_t, tapsPerLot> first;
-    std::array<std::uint8_t, tapsPerLot> next;
-    std::uint64_t fed = 0;
     const std::span<const Tap> lot = taps.first(std::min(taps.size(), tapsPerLot));
-    for (std::size_t i = lot.size(); i-- > 0;) {
-      const auto output = static_cast<std::uint64_t>(lot[i].out);
-      // As unsigned numbers, negative ones are too large.
-      if (static_cast<std::uint64_t>(lot[i].src) >= channels || output >= buffers.size()) continue;
-      if (output >= tapsPerLot) continue;
-      const std::uint64_t bit = std::uint64_t{1} << output;
-      next[i] = (fed & bit) != 0 ? first[output] : none;
-      first[output] = static_cast<std::uint8_t>(i);
-      fed |= bit;
-    }
-    for (; fed != 0; fed &= fed - 1) {
-      const auto output = static_cast<std::size_t>(std::countr_zero(fed));
-      std::size_t count = 0;
-      for (std::uint8_t i = first[output]; i != none; i = next[i]) {
-        if (count == inputs.size()) {
-          addPass(slot, frames, buffers[output], inputs);
-          count = 0;
-        }
-        inputs[count++] = inputOf(lot[i]);
-      }
-      addPass(slot, frames, buffers[output], std::span(inputs).first(count));
-    }
-    // Outputs beyond those that a lot tells apart take their taps one by one.
-    if (buffers.size() > tapsPerLot) {
-      for (const Tap& tap : lot) {
-        const auto output = static_cast<std::uint64_t>(tap.out);
-        if (static_cast<std::uint64_t>(tap.src) >= channels || output < tapsPerLot || output >= buffers.size())
-          continue;
-        const ScaledInput input = inputOf(tap);
-        addPass(slot, frames, buffers[output], {&input, 1});
-      }
-    }
     taps = taps.subspan(lot.size());
+
+    // The taps that are in range. As unsigned numbers, negative channels are too large.
+    std::array<ScaledInput, tapsPerLot> inputs;
+    std::array<std::size_t, tapsPerLot> outputs;
+    std::size_t count = 0;
+    std::uint64_t fed = 0;
+    bool isSorted = true;
+    for (const Tap& tap : lot) {
+      const auto source = static_cast<std::uint64_t>(tap.src);
+      const auto output = static_cast<std::uint64_t>(tap.out);
+      if (source >= channels || output >= buffers.size()) continue;
+      inputs[count] = {.samples = storage_.data() + tap.src * capacity_, .gain = tap.gain};
+      outputs[count] = output;
+      // Outputs with the same bit only make for more passes.
+      const std::uint64_t bit = std::uint64_t{1} << (output % 64);
+      if ((fed & bit) != 0 && outputs[count - 1] != output) isSorted = false;
+      fed |= bit;
+      ++count;
+    }
+    if (!isSorted) sortByOutput(std::span(inputs).first(count), std::span(outputs).first(count), fed);
+
+    for (std::size_t first = 0; first < count;) {
+      std::size_t end = first + 1;
+      while (end < count && outputs[end] == outputs[first]) ++end;
+      addPass(slot, frames, buffers[outputs[first]], std::span(inputs).subspan(first, end - first));
+      first = end;
+    }
   }
 }
 
 void SourceRing::addPass(std::int64_t slot, std::int64_t frames, float* output,
                          std::span<const ScaledInput> inputs) const noexcept {
   const auto count = static_cast<std::int64_t>(inputs.size());
-  forEachStretch(slot, frames, capacity_, [&](std::int64_t at, std::int64_t offset, std::int64_t length) {
-    kernels_.addScaled(output + offset, inputs.data(), count, at, length);
-  });
+  const std::int64_t beforeTheEnd = std::min(frames, capacity_ - slot);
+  kernels_.addScaled(output, inputs.data(), count, slot, beforeTheEnd);
+  // A reader never lags by more than the capacity, so there is one wrap at the most.
+  if (beforeTheEnd < frames) {
+    kernels_.addScaled(output + beforeTheEnd, inputs.data(), count, 0, frames - beforeTheEnd);
+  }
 }
 
 std::vector<float> SourceRing::takePeaks() {
