@@ -1,13 +1,15 @@
+// clang-format off: first of all
+#include "engine/kernels/target.h"
+// clang-format on
+
 #include "engine/kernels/add_scaled.h"
 
-#include "engine/kernels/target.h"
 #if defined(__x86_64__)
 #include <immintrin.h>
 #endif
 
 namespace brindlemux {
 
-BRINDLEMUX_PLAIN_KERNEL
 void plain::addScaled(float* into, const ScaledInput* inputs, std::int64_t count, std::int64_t skip,
                       std::int64_t frames) noexcept {
   for (std::int64_t input = 0; input < count; ++input) {
@@ -25,7 +27,6 @@ void plain::addScaled(float* into, const ScaledInput* inputs, std::int64_t count
 // Both walk the output in long strides, whose sums stay in registers while every input passes, then in single
 // registers, then sample by sample. Single registers of the shorter kind shorten what is left for the last loop.
 
-BRINDLEMUX_SSE2_KERNEL
 void sse2::addScaled(float* into, const ScaledInput* inputs, std::int64_t count, std::int64_t skip,
                      std::int64_t frames) noexcept {
   constexpr std::int64_t lanes = 4;
@@ -64,9 +65,8 @@ void sse2::addScaled(float* into, const ScaledInput* inputs, std::int64_t count,
   }
 }
 
-BRINDLEMUX_AVX2_KERNEL
-void avx2::addScaled(float* into, const ScaledInput* inputs, std::int64_t count, std::int64_t skip,
-                     std::int64_t frames) noexcept {
+[[gnu::target("avx2")]] void avx2::addScaled(float* into, const ScaledInput* inputs, std::int64_t count,
+                                             std::int64_t skip, std::int64_t frames) noexcept {
   constexpr std::int64_t lanes = 8;
   constexpr std::int64_t registers = 8;
   std::int64_t at = 0;

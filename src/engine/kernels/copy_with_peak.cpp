@@ -1,13 +1,14 @@
-#include "engine/kernels/copy_with_peak.h"
+// clang-format off: first of all
+#include "engine/kernels/target.h"
+// clang-format on
 
 #include <cmath>
 
-#include "engine/kernels/target.h"
+#include "engine/kernels/copy_with_peak.h"
 #include "engine/kernels/vector_peak.h"
 
 namespace brindlemux {
 
-BRINDLEMUX_PLAIN_KERNEL
 float plain::copyWithPeak(float* into, const float* from, std::int64_t frames) noexcept {
   float peak = 0;
   for (std::int64_t i = 0; i < frames; ++i) {
@@ -21,7 +22,6 @@ float plain::copyWithPeak(float* into, const float* from, std::int64_t frames) n
 
 #if defined(__x86_64__)
 
-BRINDLEMUX_SSE2_KERNEL
 float sse2::copyWithPeak(float* into, const float* from, std::int64_t frames) noexcept {
   constexpr std::int64_t lanes = 4;
   constexpr std::int64_t registers = 4;
@@ -50,8 +50,7 @@ float sse2::copyWithPeak(float* into, const float* from, std::int64_t frames) no
   return largestLane(peak);
 }
 
-BRINDLEMUX_AVX2_KERNEL
-float avx2::copyWithPeak(float* into, const float* from, std::int64_t frames) noexcept {
+[[gnu::target("avx2")]] float avx2::copyWithPeak(float* into, const float* from, std::int64_t frames) noexcept {
   constexpr std::int64_t lanes = 8;
   constexpr std::int64_t registers = 4;
   __m256 peaks[registers] = {};

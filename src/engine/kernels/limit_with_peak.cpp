@@ -1,13 +1,14 @@
-#include "engine/kernels/limit_with_peak.h"
+// clang-format off: first of all
+#include "engine/kernels/target.h"
+// clang-format on
 
 #include <cmath>
 
-#include "engine/kernels/target.h"
+#include "engine/kernels/limit_with_peak.h"
 #include "engine/kernels/vector_peak.h"
 
 namespace brindlemux {
 
-BRINDLEMUX_PLAIN_KERNEL
 float plain::limitWithPeak(float* samples, std::int64_t frames) noexcept {
   float peak = 0;
   for (std::int64_t i = 0; i < frames; ++i) {
@@ -29,7 +30,7 @@ float plain::limitWithPeak(float* samples, std::int64_t frames) noexcept {
 
 namespace {
 
-[[gnu::always_inline]] BRINDLEMUX_SSE2_KERNEL inline __m128 limited(__m128 samples) noexcept {
+[[gnu::always_inline]] inline __m128 limited(__m128 samples) noexcept {
   const __m128 signBit = _mm_set1_ps(-0.0F);
   const __m128 knee = _mm_set1_ps(limiterKnee);
   const __m128 range = _mm_set1_ps(limiterRange);
@@ -42,7 +43,7 @@ namespace {
   return _mm_or_ps(_mm_and_ps(loud, curve), _mm_andnot_ps(loud, samples));
 }
 
-[[gnu::always_inline]] BRINDLEMUX_AVX2_KERNEL inline __m256 limitedWide(__m256 samples) noexcept {
+[[gnu::always_inline, gnu::target("avx2")]] inline __m256 limitedWide(__m256 samples) noexcept {
   const __m256 signBit = _mm256_set1_ps(-0.0F);
   const __m256 knee = _mm256_set1_ps(limiterKnee);
   const __m256 range = _mm256_set1_ps(limiterRange);
@@ -59,7 +60,6 @@ namespace {
 // Most samples stay below the knee, and then cost neither a division nor a write: whole groups of registers are asked
 // for their peak first.
 
-BRINDLEMUX_SSE2_KERNEL
 float sse2::limitWithPeak(float* samples, std::int64_t frames) noexcept {
   constexpr std::int64_t lanes = 4;
   constexpr std::int64_t registers = 4;
@@ -98,8 +98,7 @@ float sse2::limitWithPeak(float* samples, std::int64_t frames) noexcept {
   return largestLane(peak);
 }
 
-BRINDLEMUX_AVX2_KERNEL
-float avx2::limitWithPeak(float* samples, std::int64_t frames) noexcept {
+[[gnu::target("avx2")]] float avx2::limitWithPeak(float* samples, std::int64_t frames) noexcept {
   constexpr std::int64_t lanes = 8;
   constexpr std::int64_t registers = 4;
   const __m256 knee = _mm256_set1_ps(limiterKnee);

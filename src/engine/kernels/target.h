@@ -1,14 +1,12 @@
 #pragma once
 
-// Which instructions a kernel may be compiled to. None may fuse a product with its sum, because the rounding in between
-// is part of the result; these attributes hold even where the command line allows the processor's fused instructions
-// and their contraction. Every processor of the architecture has SSE2; callers ask for AVX2 first.
-#if defined(__x86_64__)
-#define BRINDLEMUX_PLAIN_KERNEL [[gnu::target("no-fma,no-fma4,no-avx512f")]]
-#define BRINDLEMUX_SSE2_KERNEL [[gnu::target("sse2,no-fma,no-fma4,no-avx512f")]]
-#define BRINDLEMUX_AVX2_KERNEL [[gnu::target("avx2,no-fma,no-fma4,no-avx512f")]]
-#else
-#define BRINDLEMUX_PLAIN_KERNEL
+// No kernel may fuse a product with its sum, because the rounding in between is part of the result. The kernels include
+// this before anything else: it takes the processor's fused instructions away from the whole file, the compiler's
+// intrinsics included, even where the command line allows those instructions and their contraction.
+#if defined(__clang__)
+#pragma STDC FP_CONTRACT OFF
+#elif defined(__x86_64__)
+#pragma GCC target("no-fma,no-fma4,no-avx512f")
 #endif
 
 #if defined(__FAST_MATH__)
