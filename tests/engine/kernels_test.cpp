@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <gtest/gtest.h>
 #include <limits>
+#include <ostream>
 #include <random>
 #include <string>
 #include <vector>
@@ -15,6 +16,9 @@
 #include "engine/audio_test_support.h"
 
 namespace brindlemux {
+
+void PrintTo(const Kernels& set, std::ostream* stream) { *stream << set.name; }
+
 namespace {
 
 using test::inRealtime;
