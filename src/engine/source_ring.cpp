@@ -173,6 +173,14 @@ std::int64_t SourceRing::slotOf(std::int64_t position) const noexcept {
 void SourceRing::addTaps(std::int64_t slot, std::int64_t frames, std::span<float* const> buffers,
                          std::span<const Tap> taps) const noexcept {
   const auto channels = static_cast<std::uint64_t>(channels_);
+  if (taps.size() == 1) {
+    const Tap& tap = taps.front();
+    if (static_cast<std::uint64_t>(tap.src) >= channels || static_cast<std::uint64_t>(tap.out) >= buffers.size())
+      return;
+    const ScaledInput input = {.samples = storage_.data() + tap.src * capacity_, .gain = tap.gain};
+    addPass(slot, frames, buffers[static_cast<std::size_t>(tap.out)], {&input, 1});
+    return;
+  }
   while (!taps.empty()) {
     const std::span<const Tap> lot = taps.first(std::min(taps.size(), tapsPerLot));
     taps = taps.subspan(lot.size());
