@@ -106,6 +106,10 @@ void MixBus::rebuildPlans(const DeviceGraph& graph, const Rings& rings, std::int
   for (const auto& plan : monitorPlans) planMonitors.insert(plan.first);
   Cursors cursors = unpositionedCursors(planSources);
   Cursors monitorCursors = unpositionedCursors(planMonitors);
+  // Exchanging two maps leaves their entries where they are.
+  std::vector<std::int64_t*> planCursors;
+  planCursors.reserve(virtualPlan.size());
+  for (const RenderEntry& entry : virtualPlan) planCursors.push_back(&cursors.find(entry.cursorKey)->second);
   {
     const std::lock_guard guard(planLock_);
     keepPositions(cursors, cursors_, activePlanSources_);
@@ -113,6 +117,7 @@ void MixBus::rebuildPlans(const DeviceGraph& graph, const Rings& rings, std::int
     virtualPlan_.swap(virtualPlan);
     monitorPlans_.swap(monitorPlans);
     cursors_.swap(cursors);
+    planCursors_.swap(planCursors);
     monitorCursors_.swap(monitorCursors);
     activePlanSources_.swap(planSources);
     activePlanMonitors_.swap(planMonitors);
@@ -128,10 +133,8 @@ void MixBus::rebuildPlans(const DeviceGraph& graph, const Rings& rings, std::int
 void MixBus::renderVirtual(std::span<float* const> buffers, std::int64_t frames) noexcept {
   {
     const std::lock_guard guard(planLock_);
-    for (const RenderEntry& entry : virtualPlan_) {
-      // Every key was inserted with the plan.
-      const auto cursor = cursors_.find(entry.cursorKey);
-      entry.ring->mixRead(frames, cursor->second, buffers, entry.taps);
+    for (std::size_t i = 0; i < virtualPlan_.size(); ++i) {
+      virtualPlan_[i].ring->mixRead(frames, *planCursors_[i], buffers, virtualPlan_[i].taps);
     }
   }
   if (frames < 1) return;
@@ -175,6 +178,7 @@ void MixBus::dropMonitorInputRing() {
 
 void MixBus::clear() {
   std::vector<RenderEntry> virtualPlan;
+  std::vector<std::int64_t*> planCursors;
   std::unordered_map<UUID, std::vector<Tap>> monitorPlans;
   Cursors cursors;
   Cursors monitorCursors;
@@ -185,6 +189,7 @@ void MixBus::clear() {
     virtualPlan_.swap(virtualPlan);
     monitorPlans_.swap(monitorPlans);
     cursors_.swap(cursors);
+    planCursors_.swap(planCursors);
     monitorCursors_.swap(monitorCursors);
     activePlanSources_.swap(planSources);
     activePlanMonitors_.swap(planMonitors);

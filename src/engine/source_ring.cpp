@@ -51,7 +51,8 @@ void forEachStretch(std::int64_t slot, std::int64_t frames, std::int64_t capacit
 
 /// Brings the inputs of one output together, in the order that they have. What different outputs receive does not
 /// depend on the order in which they do. `fed` has bit output % 64 set for every output.
-void sortByOutput(std::span<ScaledInput> inputs, std::span<std::size_t> outputs, std::uint64_t fed) noexcept {
+void sortByOutput(std::span<const ScaledInput> inputs, std::span<const std::size_t> outputs, std::uint64_t fed,
+                  ScaledInput* sorted, std::size_t* sortedOutputs) noexcept {
   // For each bit a chain from its first input to its next. Outputs that share a bit may stay interleaved, which costs
   // passes, not correctness.
   static_assert(tapsPerLot < 255);
@@ -66,18 +67,12 @@ void sortByOutput(std::span<ScaledInput> inputs, std::span<std::size_t> outputs,
     first[place] = static_cast<std::uint8_t>(i);
     seen |= bit;
   }
-  std::array<ScaledInput, tapsPerLot> sortedInputs;
-  std::array<std::size_t, tapsPerLot> sortedOutputs;
-  std::size_t count = 0;
   for (; fed != 0; fed &= fed - 1) {
     for (std::uint8_t i = first[static_cast<std::size_t>(std::countr_zero(fed))]; i != none; i = next[i]) {
-      sortedInputs[count] = inputs[i];
-      sortedOutputs[count] = outputs[i];
-      ++count;
+      *sorted++ = inputs[i];
+      *sortedOutputs++ = outputs[i];
     }
   }
-  std::copy_n(sortedInputs.begin(), count, inputs.begin());
-  std::copy_n(sortedOutputs.begin(), count, outputs.begin());
 }
 
 bool isPlanar(const CapturedBuffer& buffer) noexcept {
@@ -141,6 +136,27 @@ void SourceRing::raisePeaksAndCopyInterleaved(const CapturedBuffer& buffer) noex
   }
 }
 
+// As unsigned numbers, negative channels are too large.
+inline bool SourceRing::isInRange(const Tap& tap, std::size_t outputs) const noexcept {
+  return static_cast<std::uint64_t>(tap.src) < static_cast<std::uint64_t>(channels_) &&
+         static_cast<std::uint64_t>(tap.out) < outputs;
+}
+
+inline ScaledInput SourceRing::inputOf(const Tap& tap) const noexcept {
+  return {.samples = storage_.data() + tap.src * capacity_, .gain = tap.gain};
+}
+
+inline void SourceRing::addPass(std::int64_t slot, std::int64_t frames, float* output,
+                                std::span<const ScaledInput> inputs) const noexcept {
+  const auto count = static_cast<std::int64_t>(inputs.size());
+  const std::int64_t beforeTheEnd = std::min(frames, capacity_ - slot);
+  kernels_.addScaled(output, inputs.data(), count, slot, beforeTheEnd);
+  // A reader never lags by more than the capacity, so there is one wrap at the most.
+  if (beforeTheEnd < frames) {
+    kernels_.addScaled(output + beforeTheEnd, inputs.data(), count, 0, frames - beforeTheEnd);
+  }
+}
+
 void SourceRing::mixRead(std::int64_t frames, std::int64_t& cursor, std::span<float* const> buffers,
                          std::span<const Tap> taps) noexcept {
   if (frames < 1) return;
@@ -157,7 +173,15 @@ void SourceRing::mixRead(std::int64_t frames, std::int64_t& cursor, std::span<fl
   const std::int64_t available = std::min(head_ - cursor, frames);
   if (!taps.empty()) {
     if (capacity_ == 0) fatalError("a ring without capacity");
-    addTaps(slotOf(cursor), available, buffers, taps);
+    if (taps.size() == 1) {
+      const Tap& tap = taps.front();
+      if (isInRange(tap, buffers.size())) {
+        const ScaledInput input = inputOf(tap);
+        addPass(slotOf(cursor), available, buffers[static_cast<std::size_t>(tap.out)], {&input, 1});
+      }
+    } else {
+      addTaps(slotOf(cursor), available, buffers, taps);
+    }
   }
   cursor += available;
 }
@@ -172,56 +196,42 @@ std::int64_t SourceRing::slotOf(std::int64_t position) const noexcept {
 
 void SourceRing::addTaps(std::int64_t slot, std::int64_t frames, std::span<float* const> buffers,
                          std::span<const Tap> taps) const noexcept {
-  const auto channels = static_cast<std::uint64_t>(channels_);
-  if (taps.size() == 1) {
-    const Tap& tap = taps.front();
-    if (static_cast<std::uint64_t>(tap.src) >= channels || static_cast<std::uint64_t>(tap.out) >= buffers.size())
-      return;
-    const ScaledInput input = {.samples = storage_.data() + tap.src * capacity_, .gain = tap.gain};
-    addPass(slot, frames, buffers[static_cast<std::size_t>(tap.out)], {&input, 1});
-    return;
-  }
   while (!taps.empty()) {
     const std::span<const Tap> lot = taps.first(std::min(taps.size(), tapsPerLot));
     taps = taps.subspan(lot.size());
 
-    // The taps that are in range. As unsigned numbers, negative channels are too large.
-    std::array<ScaledInput, tapsPerLot> inputs;
-    std::array<std::size_t, tapsPerLot> outputs;
+    std::array<ScaledInput, tapsPerLot> listed;
+    std::array<std::size_t, tapsPerLot> listedOutputs;
     std::size_t count = 0;
     std::uint64_t fed = 0;
     bool isSorted = true;
     for (const Tap& tap : lot) {
-      const auto source = static_cast<std::uint64_t>(tap.src);
-      const auto output = static_cast<std::uint64_t>(tap.out);
-      if (source >= channels || output >= buffers.size()) continue;
-      inputs[count] = {.samples = storage_.data() + tap.src * capacity_, .gain = tap.gain};
-      outputs[count] = output;
+      if (!isInRange(tap, buffers.size())) continue;
+      const auto output = static_cast<std::size_t>(tap.out);
+      listed[count] = inputOf(tap);
+      listedOutputs[count] = output;
       // Outputs with the same bit only make for more passes.
       const std::uint64_t bit = std::uint64_t{1} << (output % 64);
-      if ((fed & bit) != 0 && outputs[count - 1] != output) isSorted = false;
+      if ((fed & bit) != 0 && listedOutputs[count - 1] != output) isSorted = false;
       fed |= bit;
       ++count;
     }
-    if (!isSorted) sortByOutput(std::span(inputs).first(count), std::span(outputs).first(count), fed);
 
+    const ScaledInput* inputs = listed.data();
+    const std::size_t* outputs = listedOutputs.data();
+    std::array<ScaledInput, tapsPerLot> sorted;
+    std::array<std::size_t, tapsPerLot> sortedOutputs;
+    if (!isSorted) {
+      sortByOutput({listed.data(), count}, {listedOutputs.data(), count}, fed, sorted.data(), sortedOutputs.data());
+      inputs = sorted.data();
+      outputs = sortedOutputs.data();
+    }
     for (std::size_t first = 0; first < count;) {
       std::size_t end = first + 1;
       while (end < count && outputs[end] == outputs[first]) ++end;
-      addPass(slot, frames, buffers[outputs[first]], std::span(inputs).subspan(first, end - first));
+      addPass(slot, frames, buffers[outputs[first]], {inputs + first, end - first});
       first = end;
     }
-  }
-}
-
-void SourceRing::addPass(std::int64_t slot, std::int64_t frames, float* output,
-                         std::span<const ScaledInput> inputs) const noexcept {
-  const auto count = static_cast<std::int64_t>(inputs.size());
-  const std::int64_t beforeTheEnd = std::min(frames, capacity_ - slot);
-  kernels_.addScaled(output, inputs.data(), count, slot, beforeTheEnd);
-  // A reader never lags by more than the capacity, so there is one wrap at the most.
-  if (beforeTheEnd < frames) {
-    kernels_.addScaled(output + beforeTheEnd, inputs.data(), count, 0, frames - beforeTheEnd);
   }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <vector>
@@ -58,6 +59,8 @@ class SourceRing {
  private:
   void raisePeaksAndCopyPlanar(const CapturedBuffer& buffer) noexcept;
   void raisePeaksAndCopyInterleaved(const CapturedBuffer& buffer) noexcept;
+  bool isInRange(const Tap& tap, std::size_t outputs) const noexcept;
+  ScaledInput inputOf(const Tap& tap) const noexcept;
   std::int64_t slotOf(std::int64_t position) const noexcept;
   void addTaps(std::int64_t slot, std::int64_t frames, std::span<float* const> buffers,
                std::span<const Tap> taps) const noexcept;
