@@ -9,6 +9,7 @@ int main(int argc, char** argv) {
   using namespace brindlemux::bench;
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
+  registerKernels();
   registerMixing();
   registerWriting();
   registerLimiting();
