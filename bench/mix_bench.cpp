@@ -112,10 +112,10 @@ void registerMixing() {
     for (const auto& [frames, floor] : one) {
       add(parallel(1), set, frames, false, narrow ? std::nullopt : std::optional(floor));
     }
-    for (const Shape& shape : {parallel(4), crossed(2, 2), parallel(8), parallel(16)}) {
+    for (const Shape& shape : {parallel(4), crossed(2, 2), crossed(4, 1), parallel(8), parallel(16)}) {
       for (const auto& [frames, floor] : several) add(shape, set, frames, false, narrow ? 0.5 : floor);
     }
-    for (const Shape& shape : {parallel(4), crossed(2, 2), parallel(8)}) {
+    for (const Shape& shape : {parallel(4), crossed(2, 2), crossed(4, 1), parallel(8)}) {
       for (const auto& [frames, floor] : wrapped) {
         add(shape, set, frames, true, narrow ? std::nullopt : std::optional(floor));
       }
