@@ -1,6 +1,7 @@
 #include "engine/mix_bus.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <mutex>
 #include <utility>
@@ -15,6 +16,9 @@ using Cursors = std::unordered_map<UUID, std::int64_t>;
 
 /// A reader that has no position yet.
 constexpr std::int64_t unpositioned = -1;
+
+/// Output channels that are limited and metered together; no virtual device has more.
+constexpr std::size_t channelsPerLot = 16;
 
 /// The entry of a channel that has one in a list of gains, otherwise `fallback`.
 float gainOf(std::int64_t channel, const std::vector<float>& gains, float fallback) {
@@ -102,6 +106,10 @@ void MixBus::rebuildPlans(const DeviceGraph& graph, const Rings& rings, std::int
   for (const auto& plan : monitorPlans) planMonitors.insert(plan.first);
   Cursors cursors = unpositionedCursors(planSources);
   Cursors monitorCursors = unpositionedCursors(planMonitors);
+  // Exchanging two maps leaves their entries where they are.
+  std::vector<std::int64_t*> planCursors;
+  planCursors.reserve(virtualPlan.size());
+  for (const RenderEntry& entry : virtualPlan) planCursors.push_back(&cursors.find(entry.cursorKey)->second);
   {
     const std::lock_guard guard(planLock_);
     keepPositions(cursors, cursors_, activePlanSources_);
@@ -109,6 +117,7 @@ void MixBus::rebuildPlans(const DeviceGraph& graph, const Rings& rings, std::int
     virtualPlan_.swap(virtualPlan);
     monitorPlans_.swap(monitorPlans);
     cursors_.swap(cursors);
+    planCursors_.swap(planCursors);
     monitorCursors_.swap(monitorCursors);
     activePlanSources_.swap(planSources);
     activePlanMonitors_.swap(planMonitors);
@@ -124,21 +133,24 @@ void MixBus::rebuildPlans(const DeviceGraph& graph, const Rings& rings, std::int
 void MixBus::renderVirtual(std::span<float* const> buffers, std::int64_t frames) noexcept {
   {
     const std::lock_guard guard(planLock_);
-    for (const RenderEntry& entry : virtualPlan_) {
-      // Every key was inserted with the plan.
-      const auto cursor = cursors_.find(entry.cursorKey);
-      entry.ring->mixRead(frames, cursor->second, buffers, entry.taps);
+    for (std::size_t i = 0; i < virtualPlan_.size(); ++i) {
+      virtualPlan_[i].ring->mixRead(frames, *planCursors_[i], buffers, virtualPlan_[i].taps);
     }
   }
   if (frames < 1) return;
 
+  // Limited and scanned in one pass before the lock is taken; the peaks wait on the stack, in lots.
   const auto length = static_cast<std::size_t>(frames);
-  for (float* buffer : buffers) softLimit({buffer, length});
+  std::array<float, channelsPerLot> peaks;
+  for (std::size_t first = 0; first < buffers.size(); first += channelsPerLot) {
+    const std::span<float* const> lot = buffers.subspan(first, std::min(buffers.size() - first, channelsPerLot));
+    for (std::size_t channel = 0; channel < lot.size(); ++channel) peaks[channel] = softLimit({lot[channel], length});
 
-  const std::lock_guard guard(meterLock_);
-  const std::size_t metered = std::min(buffers.size(), outputPeakAccum_.size());
-  for (std::size_t channel = 0; channel < metered; ++channel) {
-    outputPeakAccum_[channel] = std::max(outputPeakAccum_[channel], peakMagnitude({buffers[channel], length}));
+    const std::lock_guard guard(meterLock_);
+    for (std::size_t channel = 0; channel < lot.size() && first + channel < outputPeakAccum_.size(); ++channel) {
+      float& peak = outputPeakAccum_[first + channel];
+      peak = std::max(peak, peaks[channel]);
+    }
   }
 }
 
@@ -166,6 +178,7 @@ void MixBus::dropMonitorInputRing() {
 
 void MixBus::clear() {
   std::vector<RenderEntry> virtualPlan;
+  std::vector<std::int64_t*> planCursors;
   std::unordered_map<UUID, std::vector<Tap>> monitorPlans;
   Cursors cursors;
   Cursors monitorCursors;
@@ -176,6 +189,7 @@ void MixBus::clear() {
     virtualPlan_.swap(virtualPlan);
     monitorPlans_.swap(monitorPlans);
     cursors_.swap(cursors);
+    planCursors_.swap(planCursors);
     monitorCursors_.swap(monitorCursors);
     activePlanSources_.swap(planSources);
     activePlanMonitors_.swap(planMonitors);

@@ -75,6 +75,8 @@ class MixBus {
   std::vector<RenderEntry> virtualPlan_;
   std::unordered_map<UUID, std::vector<Tap>> monitorPlans_;
   std::unordered_map<UUID, std::int64_t> cursors_;
+  /// For each entry of the virtual plan its cursor in `cursors_`, so that a render looks nothing up.
+  std::vector<std::int64_t*> planCursors_;
   std::unordered_map<UUID, std::int64_t> monitorCursors_;
   std::unordered_set<UUID> activePlanSources_;
   std::unordered_set<UUID> activePlanMonitors_;

@@ -2,16 +2,13 @@
 
 #include <span>
 
+#include "engine/kernels/limit_with_peak.h"
+
 namespace brindlemux {
 
-/// Magnitudes up to the knee pass unchanged; above it they approach 1.0 without reaching it.
-inline constexpr float limiterKnee = 0.9F;
-
-/// Limits every sample in place: beyond the knee T, with R = 1 - T in 32-bit float and u = (|x| - T) / R, the magnitude
-/// becomes T + R * u / (u + 1). A NaN stays as it is.
-///
-/// Threads: any; never allocates.
-void softLimit(std::span<float> samples) noexcept;
+/// Limits every sample in place, by the rule of limit_with_peak.h with the fastest kernels, and returns the largest
+/// magnitude that is left. Threads: any; never allocates.
+float softLimit(std::span<float> samples) noexcept;
 
 /// The largest magnitude, 0 for none; a NaN never counts. Threads: any; never allocates.
 float peakMagnitude(std::span<const float> samples) noexcept;

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <vector>
 
 #include "engine/captured_buffer.h"
+#include "engine/kernels/kernels.h"
 #include "engine/tap.h"
 #include "engine/unfair_lock.h"
 
@@ -21,8 +23,9 @@ inline constexpr std::int64_t captureRingFrames = 96000;
 /// threads only borrow it.
 class SourceRing {
  public:
-  /// `channels` is clamped to 1 to 16. Errors: a negative capacity or an overflowing size is fatal.
-  SourceRing(std::int64_t channels, std::int64_t capacityFrames);
+  /// `channels` is clamped to 1 to 16. The kernels make no difference but of speed; they outlive the ring. Errors: a
+  /// negative capacity or an overflowing size is fatal.
+  SourceRing(std::int64_t channels, std::int64_t capacityFrames, const Kernels& kernels = fastestKernels());
 
   std::int64_t channels() const noexcept { return channels_; }
   std::int64_t capacity() const noexcept { return capacity_; }
@@ -54,13 +57,23 @@ class SourceRing {
   std::int64_t repositionings() const noexcept;
 
  private:
-  void raisePeaksAndCopyPlanar(const CapturedBuffer& buffer, std::int64_t slot) noexcept;
-  void raisePeaksAndCopyInterleaved(const CapturedBuffer& buffer, std::int64_t slot) noexcept;
+  void raisePeaksAndCopyPlanar(const CapturedBuffer& buffer) noexcept;
+  void raisePeaksAndCopyInterleaved(const CapturedBuffer& buffer) noexcept;
+  bool isInRange(const Tap& tap, std::size_t outputs) const noexcept;
+  ScaledInput inputOf(const Tap& tap) const noexcept;
+  std::int64_t slotOf(std::int64_t position) const noexcept;
+  void addTaps(std::int64_t slot, std::int64_t frames, std::span<float* const> buffers,
+               std::span<const Tap> taps) const noexcept;
+  void addPass(std::int64_t slot, std::int64_t frames, float* output,
+               std::span<const ScaledInput> inputs) const noexcept;
 
+  const Kernels& kernels_;
   const std::int64_t channels_;
   const std::int64_t capacity_;
   std::vector<float> storage_;
   std::int64_t head_ = 0;
+  /// Where the frame at the head goes: head_ mod capacity_, carried along since a division takes longer than a tap.
+  std::int64_t headSlot_ = 0;
   mutable UnfairLock lock_;
   std::vector<float> peakAccum_;
   std::int64_t maxWriteFrames_ = 0;

@@ -12,17 +12,6 @@
 namespace brindlemux {
 namespace {
 
-// Asking the kernel for the thread's ID costs a system call, so each thread remembers it. 0 means not known yet.
-thread_local constinit std::uint32_t cachedThreadID = 0;
-
-// The child of a fork has an ID of its own but inherits the memory. Registered before main, since it allocates.
-[[maybe_unused]] const int forkHandler = pthread_atfork(nullptr, nullptr, [] { cachedThreadID = 0; });
-
-std::uint32_t threadID() noexcept {
-  if (cachedThreadID == 0) cachedThreadID = static_cast<std::uint32_t>(gettid());
-  return cachedThreadID;
-}
-
 long futex(std::atomic<std::uint32_t>& word, int operation) noexcept {
   static_assert(sizeof(word) == sizeof(std::uint32_t) && std::atomic<std::uint32_t>::is_always_lock_free);
   return syscall(SYS_futex, &word, operation | FUTEX_PRIVATE_FLAG, 0, nullptr, nullptr, 0);
@@ -30,7 +19,15 @@ long futex(std::atomic<std::uint32_t>& word, int operation) noexcept {
 
 }  // namespace
 
-void UnfairLock::lock() noexcept {
+/// The child of a fork has an ID of its own but inherits the memory. Registered before main, since it allocates.
+[[maybe_unused]] const int UnfairLock::forkHandler_ = pthread_atfork(nullptr, nullptr, [] { cachedThreadID_ = 0; });
+
+std::uint32_t UnfairLock::threadID() noexcept {
+  if (cachedThreadID_ == 0) cachedThreadID_ = static_cast<std::uint32_t>(gettid());
+  return cachedThreadID_;
+}
+
+void UnfairLock::lockOtherwise() noexcept {
   const std::uint32_t self = threadID();
   while (true) {
     std::uint32_t found = 0;
@@ -52,7 +49,7 @@ bool UnfairLock::try_lock() noexcept {
   return word_.compare_exchange_strong(found, threadID(), std::memory_order_acquire, std::memory_order_relaxed);
 }
 
-void UnfairLock::unlock() noexcept {
+void UnfairLock::unlockOtherwise() noexcept {
   std::uint32_t self = threadID();
   if (word_.compare_exchange_strong(self, 0, std::memory_order_release, std::memory_order_relaxed)) return;
   if ((self & FUTEX_TID_MASK) != threadID()) fatalError("a thread releases an unfair lock that it does not hold");

@@ -197,5 +197,92 @@ TEST(MixBusStress, noFrameIsLostOrRepeatedWhilePlansAreRebuilt) {
   RecordProperty("rebuilds", std::to_string(rebuilds));
 }
 
+/// Stereo sources, each channel of which goes to all sixteen outputs.
+struct FullPlan {
+  static constexpr std::int64_t sourceCount = 64;
+  static constexpr std::int64_t outputCount = 16;
+  static constexpr std::int64_t frames = 64;
+  // 128 of these stay below the knee and are exact in 32 bits.
+  static constexpr float sample = 0x1p-9F;
+
+  FullPlan() {
+    for (std::int64_t i = 0; i < sourceCount; ++i) {
+      const UUID id = identifier(static_cast<std::uint8_t>(i + 1));
+      graph.sources.push_back({.id = id, .kind = SystemAudioSource{}, .channelGains = {}});
+      rings.emplace(id, std::make_shared<SourceRing>(2, captureRingFrames));
+      for (std::int64_t wire = 0; wire < 2 * outputCount; ++wire) {
+        graph.wires.push_back({.sourceID = id, .sourceChannel = wire % 2, .outputChannel = wire / 2});
+      }
+    }
+    std::ranges::fill(block[0], sample);
+    std::ranges::fill(block[1], sample);
+    bus.rebuildPlans(graph, rings, outputCount);
+  }
+
+  /// One block into every ring, then one out of them. The counts of both together.
+  RealtimeCounts cycle() {
+    for (std::int64_t channel = 0; channel < outputCount; ++channel) std::ranges::fill(output[channel], 0.0F);
+    return countedInRealtime([&] {
+      for (const auto& ring : rings) ring.second->write(block.captured());
+      bus.renderVirtual(output.pointers(), frames);
+    });
+  }
+
+  DeviceGraph graph{"device"};
+  MixBus::Rings rings;
+  MixBus bus;
+  PlanarBuffers block{2, frames};
+  PlanarBuffers output{outputCount, frames};
+};
+
+TEST(MixBusStress, ofManySourcesEveryTapIsHeardWithoutAllocatingOrBlocking) {
+  FullPlan plan;
+  for (int round = 0; round < 200; ++round) {
+    plan.graph.masterGain = round % 2 == 0 ? 1.0F : 0.5F;
+    plan.bus.rebuildPlans(plan.graph, plan.rings, FullPlan::outputCount);
+    EXPECT_EQ(plan.cycle(), RealtimeCounts{});
+    // 64 sources of 2 channels: 128 x 2^-9 = 0.25.
+    const float expected = 0.25F * plan.graph.masterGain;
+    for (std::int64_t channel = 0; channel < FullPlan::outputCount; ++channel) {
+      ASSERT_EQ(plan.output[channel], std::vector<float>(FullPlan::frames, expected)) << round;
+    }
+  }
+}
+
+TEST(MixBusStress, ofManySourcesEveryTapIsHeardWhilePlansAreRebuilt) {
+  constexpr int cycles = 2000;
+  FullPlan plan;
+  std::atomic<bool> isOver = false;
+  RealtimeCounts counts;
+  std::string failure;
+  std::thread renders([&] {
+    for (int cycle = 0; cycle < cycles; ++cycle) {
+      add(counts, plan.cycle());
+      const float first = plan.output[0][0];
+      if (first != 0.25F && first != 0.125F) failure = "heard " + std::to_string(first);
+      for (std::int64_t channel = 0; channel < FullPlan::outputCount; ++channel) {
+        for (const float sample : plan.output[channel]) {
+          if (sample != first) failure = "two plans in cycle " + std::to_string(cycle);
+        }
+      }
+    }
+    isOver = true;
+  });
+  EngineMeter meter;
+  std::int64_t rebuilds = 0;
+  DeviceGraph edited = plan.graph;
+  while (!isOver) {
+    edited.masterGain = rebuilds % 2 == 0 ? 0.5F : 1.0F;
+    plan.bus.rebuildPlans(edited, plan.rings, FullPlan::outputCount);
+    meter.snapshot(plan.rings, plan.bus, nullptr);
+    ++rebuilds;
+  }
+  renders.join();
+  EXPECT_EQ(failure, "");
+  EXPECT_EQ(counts, RealtimeCounts{});
+  EXPECT_EQ(plan.bus.repositionings(), 0);
+  EXPECT_GT(rebuilds, 10);
+}
+
 }  // namespace
 }  // namespace brindlemux

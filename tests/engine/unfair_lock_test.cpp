@@ -3,13 +3,19 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <functional>
+#include <future>
 #include <gtest/gtest.h>
 #include <mutex>
+#include <optional>
+#include <pthread.h>
+#include <sched.h>
 #include <sys/syscall.h>
 #include <sys/types.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 #include "engine/audio_test_support.h"
@@ -97,6 +103,82 @@ TEST(UnfairLock, aWaiterSleepsInTheKernelAndIsHandedTheLock) {
   waiter.join();
   EXPECT_EQ(wordOf(lock), 0U);
   EXPECT_GE(counts.blockingLocks, RealtimeGuard::countsLocks() ? 1 : 0);
+}
+
+/// Runs `body` on one processor, in real time at a priority, or in the usual way at 0. Nothing when that is not
+/// allowed.
+std::optional<std::thread> startedOn(int processor, int priority, std::function<void()> body) {
+  std::promise<bool> allowed;
+  std::future<bool> answer = allowed.get_future();
+  std::thread thread([processor, priority, body = std::move(body), allowed = std::move(allowed)]() mutable {
+    cpu_set_t processors;
+    CPU_ZERO(&processors);
+    CPU_SET(static_cast<std::size_t>(processor), &processors);
+    sched_param parameters = {};
+    parameters.sched_priority = priority;
+    // The priority first: on a crowded processor the thread might not come to asking for it.
+    const bool isAllowed = (priority == 0 || pthread_setschedparam(pthread_self(), SCHED_FIFO, &parameters) == 0) &&
+                           pthread_setaffinity_np(pthread_self(), sizeof processors, &processors) == 0;
+    allowed.set_value(isAllowed);
+    if (isAllowed) body();
+  });
+  // A thread that is kept from running does not answer, but then it was allowed to wait for its turn.
+  if (answer.wait_for(std::chrono::milliseconds(200)) == std::future_status::ready && !answer.get()) {
+    thread.join();
+    return std::nullopt;
+  }
+  return thread;
+}
+
+TEST(UnfairLock, aHolderWithoutPriorityDoesNotStallARealTimeWaiter) {
+  constexpr std::uint32_t waitersBit = 0x80000000U;
+  const int processor = sched_getcpu();
+  ASSERT_GE(processor, 0);
+  UnfairLock lock;
+  std::atomic<bool> isHeld = false;
+  std::atomic<bool> isCrowded = false;
+  std::atomic<bool> intruderRan = false;
+  std::atomic<bool> waiterHasIt = false;
+  bool intruderWasFirst = false;
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  const auto isLate = [&] { return std::chrono::steady_clock::now() > deadline; };
+
+  // The holder needs the processor to come to an end, and all three threads share one.
+  std::optional<std::thread> holder = startedOn(processor, 0, [&] {
+    lock.lock();
+    isHeld = true;
+    while (!isCrowded && !isLate()) {
+    }
+    lock.unlock();
+  });
+  ASSERT_TRUE(holder.has_value());
+  while (!isHeld && !isLate()) std::this_thread::yield();
+  std::optional<std::thread> waiter = startedOn(processor, 20, [&] {
+    lock.lock();
+    intruderWasFirst = intruderRan;
+    waiterHasIt = true;
+    lock.unlock();
+  });
+  if (!waiter) {
+    isCrowded = true;
+    holder->join();
+    GTEST_SKIP() << "this user may not run threads in real time";
+  }
+  while ((wordOf(lock) & waitersBit) == 0 && !isLate()) std::this_thread::yield();
+  // Less urgent than the waiter, but more than the holder by itself: without inheritance it would keep the holder off
+  // the processor for as long as it likes. It gives up before the system ends its turn.
+  std::optional<std::thread> intruder = startedOn(processor, 10, [&] {
+    intruderRan = true;
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(300);
+    while (!waiterHasIt && std::chrono::steady_clock::now() < end) {
+    }
+  });
+  isCrowded = true;
+  ASSERT_TRUE(intruder.has_value());
+  for (std::optional<std::thread>* thread : {&holder, &waiter, &intruder}) (*thread)->join();
+  EXPECT_TRUE(waiterHasIt);
+  EXPECT_FALSE(intruderWasFirst) << "the holder did not run at its waiter's priority";
+  EXPECT_FALSE(isLate());
 }
 
 TEST(UnfairLock, excludesEveryOtherThread) {

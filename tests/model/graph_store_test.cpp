@@ -4,14 +4,19 @@
 #include <csignal>
 #include <cstddef>
 #include <filesystem>
+#include <functional>
 #include <gtest/gtest.h>
 #include <limits>
+#include <optional>
 #include <set>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <sys/ptrace.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 #include <vector>
 
 #include "model/temporary_folder.h"
@@ -230,6 +235,57 @@ TEST_F(GraphStoreTest, saveKeepsThePermissionsAndFollowsALink) {
   EXPECT_EQ(status.st_mode & 07777U, 0600U);
   EXPECT_EQ(store_.load().size(), 1U);
   EXPECT_TRUE(log_.lines.empty());
+}
+
+/// Runs `body` in a process of its own and kills it at its stop number `stops`; each system call makes two, one as it
+/// begins and one when it is done. False when the process came to its end before, nothing when it may not be traced.
+std::optional<bool> killedAfter(int stops, const std::function<void()>& body) {
+  const pid_t child = fork();
+  if (child < 0) return std::nullopt;
+  if (child == 0) {
+    if (ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) _exit(1);
+    raise(SIGSTOP);
+    body();
+    _exit(0);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  if (!WIFSTOPPED(status)) return std::nullopt;
+  for (int stop = 0; stop < stops; ++stop) {
+    ptrace(PTRACE_SYSCALL, child, nullptr, nullptr);
+    waitpid(child, &status, 0);
+    if (!WIFSTOPPED(status)) return false;
+  }
+  kill(child, SIGKILL);
+  waitpid(child, &status, 0);
+  return true;
+}
+
+TEST_F(GraphStoreTest, aSaveThatIsKilledAtAnyInstantLeavesTheOldMapOrTheYoung) {
+  DeviceGraph old("u");
+  old.masterGain = 0.25F;
+  DeviceGraph young("u");
+  young.masterGain = 0.75F;
+  int oldOnes = 0;
+  int youngOnes = 0;
+  for (int stops = 0;; ++stops) {
+    store_.save({{"u", old}});
+    const std::optional<bool> wasKilled = killedAfter(stops, [&] { store_.save({{"u", young}}); });
+    if (!wasKilled) GTEST_SKIP() << "this user may not trace a process";
+    const DeviceGraphs graphs = store_.load();
+    ASSERT_EQ(graphs.size(), 1U) << "after " << stops << " stops";
+    const float gain = graphs.at("u").masterGain;
+    ASSERT_TRUE(gain == 0.25F || gain == 0.75F) << "after " << stops << " stops";
+    ++(gain == 0.25F ? oldOnes : youngOnes);
+    if (!*wasKilled) {
+      EXPECT_EQ(gain, 0.75F);
+      break;
+    }
+    ASSERT_LT(stops, 10'000);
+  }
+  // The file, its bytes, their way to the disk and its name take some calls before the change and some after it.
+  EXPECT_GT(oldOnes, 8);
+  EXPECT_GT(youngOnes, 2);
 }
 
 TEST_F(GraphStoreTest, aGainThatIsNotFiniteRefusesTheSave) {

@@ -1,0 +1,128 @@
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "benches.h"
+#include "bounds.h"
+#include "engine/mix_bus.h"
+#include "side_by_side.h"
+
+namespace brindlemux::bench {
+namespace {
+
+UUID identifier(std::size_t number) {
+  UUID id;
+  id.bytes[0] = static_cast<std::uint8_t>(number);
+  id.bytes[15] = static_cast<std::uint8_t>(number * 37);
+  return id;
+}
+
+enum class Wiring { eachPairToOnePair, everythingToEverything };
+
+/// Stereo sources whose signals cancel each other out in pairs, so that the outputs never fill up and the limiter finds
+/// nothing to do, however often they are mixed.
+struct Bench {
+  Bench(std::size_t sources, std::int64_t channels, std::int64_t ringFrames, Wiring wiring)
+      : graph("device"), samples(static_cast<std::size_t>(channels * 512)), deviceChannels(channels) {
+    for (std::size_t i = 0; i < sources; ++i) {
+      const UUID id = identifier(i);
+      graph.sources.push_back({.id = id, .kind = SystemAudioSource{}, .channelGains = {}});
+      rings.emplace(id, std::make_shared<SourceRing>(2, ringFrames));
+      for (std::int64_t source = 0; source < 2; ++source) {
+        const std::int64_t pair = 2 * (static_cast<std::int64_t>(i / 2) % (channels / 2));
+        for (std::int64_t output = 0; output < channels; ++output) {
+          if (wiring == Wiring::eachPairToOnePair && output != pair + source) continue;
+          graph.wires.push_back({.sourceID = id, .sourceChannel = source, .outputChannel = output});
+        }
+      }
+    }
+    bus.rebuildPlans(graph, rings, channels);
+    for (std::int64_t i = 0; i < channels; ++i) outputs.push_back(samples.data() + i * 512);
+  }
+
+  void write(std::int64_t frames) {
+    const std::vector<float> up(static_cast<std::size_t>(frames), 0.25F);
+    const std::vector<float> down(static_cast<std::size_t>(frames), -0.25F);
+    for (std::size_t i = 0; i < graph.sources.size(); ++i) {
+      const std::array<const float*, 1> block = {i % 2 == 0 ? up.data() : down.data()};
+      rings.at(graph.sources[i].id)->write({.frames = frames, .planar = block});
+    }
+  }
+
+  DeviceGraph graph;
+  MixBus::Rings rings;
+  MixBus bus;
+  std::vector<float> samples;
+  std::vector<float*> outputs;
+  const std::int64_t deviceChannels;
+};
+
+void addRendering(std::int64_t frames, std::optional<double> atLeast) {
+  // What is written between two measurements is as much as the rings hold, and all of it fits the first-level cache.
+  constexpr std::int64_t ringFrames = 512;
+  const auto bench = std::make_shared<Bench>(8, 2, ringFrames, Wiring::eachPairToOnePair);
+  const auto boundRings = std::make_shared<std::vector<float>>(16 * ringFrames, 0.25F);
+  Comparison comparison;
+  comparison.what = "renderVirtual, 8 stereo sources, " + std::to_string(frames) + " frames";
+  comparison.prepare = [bench, boundRings] {
+    bench->write(ringFrames);
+    for (const float& sample : *boundRings) benchmark::DoNotOptimize(sample);
+  };
+  comparison.operation = [bench, frames](std::int64_t times) {
+    for (std::int64_t i = 0; i < times; ++i) bench->bus.renderVirtual(bench->outputs, frames);
+  };
+  const auto triad = boundedKernels().back().bounds.triad;
+  comparison.bound = [bench, boundRings, frames, triad](std::int64_t times) {
+    for (std::int64_t i = 0; i < times; ++i) {
+      for (std::int64_t channel = 0; channel < 16; ++channel) {
+        triad(bench->outputs[static_cast<std::size_t>(channel % 2)],
+              boundRings->data() + channel * ringFrames + i * frames, frames);
+      }
+    }
+  };
+  comparison.times = ringFrames / frames;
+  comparison.atLeast = atLeast;
+  compare(std::move(comparison));
+}
+
+void addShareOfBlock(const std::string& what, Wiring wiring) {
+  constexpr std::int64_t frames = 64;
+  const auto bench = std::make_shared<Bench>(64, 16, captureRingFrames, wiring);
+  Comparison comparison;
+  comparison.what = "percent of a 64-frame block, 64 sources to 16 outputs, " + what;
+  comparison.prepare = [bench] { bench->write(frames); };
+  comparison.operation = [bench](std::int64_t times) {
+    for (std::int64_t i = 0; i < times; ++i) bench->bus.renderVirtual(bench->outputs, frames);
+  };
+  comparison.times = 1;
+  comparison.figure = Comparison::Figure::percentOfBlock;
+  compare(std::move(comparison));
+}
+
+void addRebuilding() {
+  // 64 sources of 2 channels into 2 outputs: 256 wires.
+  const auto bench = std::make_shared<Bench>(64, 2, 512, Wiring::everythingToEverything);
+  Comparison comparison;
+  comparison.what = "rebuildPlans ns, 64 sources, " + std::to_string(bench->graph.wires.size()) + " wires";
+  comparison.operation = [bench](std::int64_t times) {
+    for (std::int64_t i = 0; i < times; ++i) bench->bus.rebuildPlans(bench->graph, bench->rings, bench->deviceChannels);
+  };
+  comparison.times = 1;
+  comparison.figure = Comparison::Figure::nanoseconds;
+  comparison.atMost = 100'000;
+  compare(std::move(comparison));
+}
+
+}  // namespace
+
+void registerBus() {
+  addRendering(64, std::nullopt);
+  for (const std::int64_t frames : {128, 256, 512}) addRendering(frames, 0.55);
+  addShareOfBlock("a pair to a pair", Wiring::eachPairToOnePair);
+  addShareOfBlock("everything to everything", Wiring::everythingToEverything);
+  addRebuilding();
+}
+
+}  // namespace brindlemux::bench

@@ -1,0 +1,71 @@
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "benches.h"
+#include "bounds.h"
+#include "engine/source_ring.h"
+#include "side_by_side.h"
+
+namespace brindlemux::bench {
+namespace {
+
+/// Long enough that few writes wrap, short enough for a stereo ring to stay in the first-level cache; odd, so that
+/// every alignment is met.
+std::int64_t ringFrames(std::int64_t frames) { return 8 * frames + 1; }
+
+struct Bench {
+  Bench(std::int64_t channels, std::int64_t frames, const Kernels& kernels)
+      : ring(channels, ringFrames(frames), kernels),
+        boundRing(static_cast<std::size_t>(channels * ringFrames(frames))),
+        samples(static_cast<std::size_t>(channels * frames), 0.5F) {
+    for (std::int64_t i = 0; i < channels; ++i) sources.push_back(samples.data() + i * frames);
+  }
+
+  SourceRing ring;
+  std::vector<float> boundRing;
+  std::vector<float> samples;
+  std::vector<const float*> sources;
+};
+
+void add(std::int64_t channels, const BoundedKernels& set, std::int64_t frames, std::optional<double> atLeast) {
+  const auto bench = std::make_shared<Bench>(channels, frames, *set.kernels);
+  Comparison comparison;
+  comparison.what = "write with peaks " + std::string(set.kernels->name) + ", " + std::to_string(frames) + " frames, " +
+                    std::to_string(channels) + " channels";
+  comparison.operation = [bench, frames](std::int64_t times) {
+    for (std::int64_t i = 0; i < times; ++i) bench->ring.write({.frames = frames, .planar = bench->sources});
+  };
+  // Walks through memory as the ring does, but without splitting a block.
+  comparison.bound = [bench, frames, copy = set.bounds.copy](std::int64_t times) {
+    std::int64_t slot = 0;
+    for (std::int64_t i = 0; i < times; ++i) {
+      float* into = bench->boundRing.data() + slot;
+      for (const float* source : bench->sources) {
+        copy(into, source, frames);
+        into += ringFrames(frames);
+      }
+      slot += frames;
+      if (slot + frames > ringFrames(frames)) slot -= ringFrames(frames) - frames - 1;
+    }
+  };
+  comparison.atLeast = atLeast;
+  compare(std::move(comparison));
+}
+
+}  // namespace
+
+void registerWriting() {
+  const std::map<std::int64_t, double> stereo = {{64, 0.35}, {128, 0.48}, {256, 0.70}, {512, 0.70}};
+  for (const BoundedKernels& set : boundedKernels()) {
+    const bool narrow = std::string(set.kernels->name) == "SSE2";
+    for (const auto& [frames, floor] : stereo) add(2, set, frames, narrow ? std::nullopt : std::optional(floor));
+    for (const std::int64_t frames : {64, 128, 256, 512}) {
+      add(16, set, frames, narrow ? std::nullopt : std::optional(0.70));
+    }
+  }
+}
+
+}  // namespace brindlemux::bench
