@@ -220,9 +220,9 @@ TEST_F(PipeWireServer, nothingRunsOnceTheHardwareHasGone) {
   hardware_ = nullptr;
   const int cycles = *tap.cycles;
   hardware_ = std::make_unique<PipeWireAudioHardware>();
-  // By the time that this tap has heard ten cycles, the other one would have.
+  // By the time that this tap has run ten cycles, the other one would have.
   const RunningTap other = startTap(*hardware_);
-  EXPECT_TRUE(waitUntil([&] { return *other.sounding >= 10; })) << server_.logs();
+  EXPECT_TRUE(waitUntil([&] { return *other.cycles >= 10; })) << server_.logs();
   EXPECT_EQ(*tap.cycles, cycles);
 }
 
