@@ -20,6 +20,12 @@ const Held* member(const Dictionary& dictionary, std::string_view key) {
 
 }  // namespace
 
+StreamRegistry::~StreamRegistry() {
+  const auto guard = server_.lock();
+  for (const auto& entry : procedures_) server_.routes().stop(entry.first);
+  for (const auto& entry : units_) server_.routes().stop(entry.first);
+}
+
 OSStatus StreamRegistry::createTap(const TapDescription& description, AudioObjectID& tap) {
   const auto guard = server_.lock();
   for (const AudioObjectID process : description.processes) {

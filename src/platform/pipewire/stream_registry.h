@@ -17,6 +17,10 @@ namespace brindlemux {
 class StreamRegistry {
  public:
   explicit StreamRegistry(ServerState& server) : server_(server) {}
+  /// Stops whatever runs: the wiring of a route looks at the registry for as long as the route is there.
+  ~StreamRegistry();
+  StreamRegistry(const StreamRegistry&) = delete;
+  StreamRegistry& operator=(const StreamRegistry&) = delete;
 
   OSStatus createTap(const TapDescription& description, AudioObjectID& tap);
   OSStatus destroyTap(AudioObjectID tap);
