@@ -79,6 +79,8 @@ std::int32_t ProcessCatalog::standIn(std::string_view sandbox, std::int64_t stat
 }
 
 std::optional<std::int32_t> ProcessCatalog::processOf(const ServerClient& client) {
+  // Until a client has described itself, one of the pulse server's looks like the pulse server.
+  if (!client.described) return std::nullopt;
   // The kernel vouches for a client's process; the pulse server's clients all carry the pulse server's.
   const bool isPulse = client.properties.value(PW_KEY_CLIENT_API) == "pipewire-pulse";
   const auto stated = client.properties.number(PW_KEY_APP_PROCESS_ID);
@@ -91,12 +93,19 @@ std::optional<std::int32_t> ProcessCatalog::processOf(const ServerClient& client
   return static_cast<std::int32_t>(*pid);
 }
 
+const ServerClient* ProcessCatalog::clientOf(const ServerNode& node) const {
+  const auto clientID = node.properties.number(PW_KEY_CLIENT_ID);
+  return clientID ? mirror_.client(static_cast<std::uint32_t>(*clientID)) : nullptr;
+}
+
+bool ProcessCatalog::isDescribed(const ServerNode& node) const {
+  const ServerClient* const client = clientOf(node);
+  return node.described && (client == nullptr || client->described);
+}
+
 std::optional<std::int32_t> ProcessCatalog::processOf(const ServerNode& node) {
-  if (const auto clientID = node.properties.number(PW_KEY_CLIENT_ID)) {
-    const ServerClient* client = mirror_.client(static_cast<std::uint32_t>(*clientID));
-    if (client != nullptr) {
-      if (const auto pid = processOf(*client)) return pid;
-    }
+  if (const ServerClient* const client = clientOf(node)) {
+    if (const auto pid = processOf(*client)) return pid;
   }
   const auto stated = node.properties.number(PW_KEY_APP_PROCESS_ID);
   if (!stated || *stated <= 0) return std::nullopt;
@@ -181,7 +190,7 @@ std::vector<ProcessRecord> ProcessCatalog::list() {
 std::vector<const ServerNode*> ProcessCatalog::playbackStreamsWithoutProcess() {
   std::vector<const ServerNode*> streams;
   for (const ServerNode* node : mirror_.nodes()) {
-    if (isPlaybackStream(*node) && !processOf(*node)) streams.push_back(node);
+    if (isPlaybackStream(*node) && isDescribed(*node) && !processOf(*node)) streams.push_back(node);
   }
   return streams;
 }

@@ -45,6 +45,9 @@ class ProcessCatalog {
   std::vector<const ServerNode*> playbackStreamsWithoutProcess();
 
  private:
+  const ServerClient* clientOf(const ServerNode& node) const;
+  /// Whether all that tells a stream's process has arrived.
+  bool isDescribed(const ServerNode& node) const;
   std::optional<std::int32_t> processOf(const ServerClient& client);
   std::optional<std::int32_t> processOf(const ServerNode& node);
   std::int32_t standIn(std::string_view sandbox, std::int64_t statedPID);

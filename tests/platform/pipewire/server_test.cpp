@@ -121,6 +121,8 @@ struct RunningTap {
   std::shared_ptr<std::atomic<int>> sounding = std::make_shared<std::atomic<int>>(0);
 };
 
+/// A tap asks for shorter blocks than the server's own, and pw-play at times falls silent for as long as the blocks
+/// have changed under it: who plays to such a tap is paplay.
 RunningTap startTap(AudioHardware& hardware) {
   TapDescription description;
   description.uuid.bytes[15] = 1;
@@ -214,21 +216,21 @@ TEST_F(PipeWireServer, propertiesAreReadByOtherThreadsWhileTapsComeAndGo) {
 }
 
 TEST_F(PipeWireServer, nothingRunsOnceTheHardwareHasGone) {
-  const auto player = server_.launch({"pw-play", writeTone().string()});
+  const auto player = server_.launch({"paplay", writeTone().string()});
   const RunningTap tap = startTap(*hardware_);
   ASSERT_TRUE(waitUntil([&] { return *tap.sounding > 0; })) << server_.logs();
   hardware_ = nullptr;
   const int cycles = *tap.cycles;
   hardware_ = std::make_unique<PipeWireAudioHardware>();
-  // By the time that this tap has run ten cycles, the other one would have.
+  // By the time that this tap has heard ten cycles, the other one would have.
   const RunningTap other = startTap(*hardware_);
-  EXPECT_TRUE(waitUntil([&] { return *other.cycles >= 10; })) << server_.logs();
+  EXPECT_TRUE(waitUntil([&] { return *other.sounding >= 10; })) << server_.logs();
   EXPECT_EQ(*tap.cycles, cycles);
 }
 
 TEST_F(PipeWireServer, aTapComesBackWithTheServer) {
   const RunningTap tap = startTap(*hardware_);
-  auto player = server_.launch({"pw-play", writeTone().string()});
+  auto player = server_.launch({"paplay", writeTone().string()});
   ASSERT_TRUE(waitUntil([&] { return *tap.sounding > 0; })) << server_.logs();
   const AudioObjectID before = device("speakers");
   player = nullptr;
@@ -238,7 +240,7 @@ TEST_F(PipeWireServer, aTapComesBackWithTheServer) {
   ASSERT_TRUE(waitUntil([&] { return device("speakers") != kAudioObjectUnknown; })) << server_.logs();
   EXPECT_NE(device("speakers"), before);
   const int sounding = *tap.sounding;
-  player = server_.launch({"pw-play", writeTone().string()});
+  player = server_.launch({"paplay", writeTone().string()});
   EXPECT_TRUE(waitUntil([&] { return *tap.sounding > sounding; })) << server_.logs();
 }
 
