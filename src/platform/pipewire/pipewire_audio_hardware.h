@@ -11,7 +11,8 @@ namespace brindlemux {
 /// metadata object, taps, I/O procedures and output units are nodes of the program's own, linked port by port.
 ///
 /// Connects at construction and waits for the server's first answer, at most two seconds; without a server it goes on
-/// trying, and what was started comes back with the server. Nothing of it outlives the object.
+/// trying. With the server a tap comes back by itself; its devices come back under other IDs, so that whoever started a
+/// procedure or a unit on one starts it anew. Nothing of it outlives the object.
 class PipeWireAudioHardware final : public AudioHardware {
  public:
   PipeWireAudioHardware();
