@@ -20,11 +20,12 @@ long futex(std::atomic<std::uint32_t>& word, int operation) noexcept {
 }  // namespace
 
 /// The child of a fork has an ID of its own but inherits the memory. Registered before main, since it allocates.
-[[maybe_unused]] const int UnfairLock::forkHandler_ = pthread_atfork(nullptr, nullptr, [] { cachedThreadID_ = 0; });
+[[maybe_unused]] const int UnfairLock::forkHandler_ =
+    pthread_atfork(nullptr, nullptr, [] { thread_ = unknownThread_; });
 
 std::uint32_t UnfairLock::threadID() noexcept {
-  if (cachedThreadID_ == 0) cachedThreadID_ = static_cast<std::uint32_t>(gettid());
-  return cachedThreadID_;
+  if (thread_.id == unknownThread_.id) thread_ = {.id = static_cast<std::uint32_t>(gettid()), .expected = 0};
+  return thread_.id;
 }
 
 void UnfairLock::lockOtherwise() noexcept {

@@ -18,9 +18,8 @@ class UnfairLock {
   // A pair of these is all that a quiet ring costs beside its samples, so the way without contention is inline.
 
   void lock() noexcept {
-    std::uint32_t found = 0;
-    const std::uint32_t self = cachedThreadID_;
-    if (self == 0 || !word_.compare_exchange_strong(found, self, std::memory_order_acquire, std::memory_order_relaxed))
+    std::uint32_t found = thread_.expected;
+    if (!word_.compare_exchange_strong(found, thread_.id, std::memory_order_acquire, std::memory_order_relaxed))
         [[unlikely]] {
       lockOtherwise();
     }
@@ -29,9 +28,8 @@ class UnfairLock {
   bool try_lock() noexcept;
 
   void unlock() noexcept {
-    std::uint32_t self = cachedThreadID_;
-    if (self == 0 || !word_.compare_exchange_strong(self, 0, std::memory_order_release, std::memory_order_relaxed))
-        [[unlikely]] {
+    std::uint32_t found = thread_.id;
+    if (!word_.compare_exchange_strong(found, 0, std::memory_order_release, std::memory_order_relaxed)) [[unlikely]] {
       unlockOtherwise();
     }
   }
@@ -41,8 +39,16 @@ class UnfairLock {
   void lockOtherwise() noexcept;
   void unlockOtherwise() noexcept;
 
-  /// Asking the kernel for the thread's ID costs a system call, so each thread remembers it. 0 means not known yet.
-  [[gnu::tls_model("initial-exec")]] static inline constinit thread_local std::uint32_t cachedThreadID_ = 0;
+  /// Asking the kernel for the thread's ID costs a system call, so each thread remembers it. Until it is known, both
+  /// hold what no word ever does, so that every exchange fails: a branch that asked first would have to be settled
+  /// before the processor begins the exchange.
+  struct Thread {
+    std::uint32_t id;
+    /// What the word of a free lock holds, which is 0.
+    std::uint32_t expected;
+  };
+  static constexpr Thread unknownThread_ = {.id = UINT32_MAX, .expected = UINT32_MAX};
+  [[gnu::tls_model("initial-exec")]] static inline constinit thread_local Thread thread_ = unknownThread_;
   static const int forkHandler_;
 
   /// 0 when free, otherwise the holder's thread ID, with the kernel's waiters bit when contended.
