@@ -1,3 +1,4 @@
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -12,16 +13,21 @@ namespace brindlemux::bench {
 namespace {
 
 constexpr std::int64_t frames = 128;
-constexpr std::size_t inputCount = 4;
+constexpr std::int64_t stride = frames + 8;
+constexpr std::int64_t tapCount = 4;
 
 struct Bench {
   Bench() {
-    for (const std::vector<float>& source : sources) inputs.push_back({.samples = source.data(), .gain = 0.5F});
+    for (std::int64_t i = 0; i < tapCount; ++i) taps.push_back({.src = i, .gain = 0.5F});
   }
 
-  std::vector<std::vector<float>> sources{inputCount, std::vector<float>(frames + 8, 0.5F)};
-  std::vector<ScaledInput> inputs;
+  std::vector<float> samples = std::vector<float>(tapCount * stride, 0.5F);
+  std::vector<Tap> taps;
+  RingWindow window = {
+      .samples = samples.data(), .channels = tapCount, .capacity = stride, .start = 3, .frames = frames};
+  PeakLanes peak;
   std::vector<float> output = std::vector<float>(frames);
+  std::array<float*, 1> outputs = {output.data()};
 };
 
 /// A vector set stays only where it is faster than the set before it.
@@ -44,20 +50,19 @@ void add(const Kernels& set, const Kernels& before, const std::string& what, voi
 void registerKernels() {
   const std::span<const Kernels> sets = availableKernels();
   for (std::size_t i = 1; i < sets.size(); ++i) {
-    add(sets[i], sets[i - 1], "128 frames, 1 input added", [](const Kernels& set, Bench& bench) {
-      set.addScaled(bench.output.data(), bench.inputs.data(), 1, 3, frames);
+    add(sets[i], sets[i - 1], "128 frames, 1 tap added", [](const Kernels& set, Bench& bench) {
+      set.addTaps(bench.window, bench.outputs, std::span(bench.taps).first(1));
     });
-    add(sets[i], sets[i - 1], "128 frames, 4 inputs added", [](const Kernels& set, Bench& bench) {
-      set.addScaled(bench.output.data(), bench.inputs.data(), inputCount, 3, frames);
-    });
+    add(sets[i], sets[i - 1], "128 frames, 4 taps added",
+        [](const Kernels& set, Bench& bench) { set.addTaps(bench.window, bench.outputs, bench.taps); });
     add(sets[i], sets[i - 1], "128 frames copied with peak", [](const Kernels& set, Bench& bench) {
-      benchmark::DoNotOptimize(set.copyWithPeak(bench.output.data(), bench.sources[0].data() + 3, frames));
+      set.copyWithPeak(bench.output.data(), bench.samples.data() + 3, frames, bench.peak);
     });
     add(sets[i], sets[i - 1], "128 frames scanned for the peak", [](const Kernels& set, Bench& bench) {
-      benchmark::DoNotOptimize(set.peakMagnitude(bench.sources[0].data() + 3, frames));
+      benchmark::DoNotOptimize(set.peakMagnitude(bench.samples.data() + 3, frames));
     });
     add(sets[i], sets[i - 1], "128 quiet frames limited", [](const Kernels& set, Bench& bench) {
-      benchmark::DoNotOptimize(set.limitWithPeak(bench.sources[0].data() + 3, frames));
+      benchmark::DoNotOptimize(set.limitWithPeak(bench.samples.data() + 3, frames));
     });
   }
 }

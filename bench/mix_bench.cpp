@@ -33,15 +33,15 @@ Shape parallel(std::int64_t taps) {
   return shape;
 }
 
-/// Every channel into every output.
+/// Every channel into every output, in the order that plans have.
 Shape crossed(std::int64_t channels, std::int64_t outputs) {
   Shape shape = {.name = std::to_string(channels * outputs) + " taps, " + std::to_string(channels) + " to " +
                          std::to_string(outputs),
                  .channels = channels,
                  .outputs = outputs,
                  .taps = {}};
-  for (std::int64_t source = 0; source < channels; ++source) {
-    for (std::int64_t output = 0; output < outputs; ++output) {
+  for (std::int64_t output = 0; output < outputs; ++output) {
+    for (std::int64_t source = 0; source < channels; ++source) {
       shape.taps.push_back({.src = source, .out = output, .gain = 0.5F});
     }
   }

@@ -57,25 +57,19 @@ class SourceRing {
   std::int64_t repositionings() const noexcept;
 
  private:
-  void raisePeaksAndCopyPlanar(const CapturedBuffer& buffer) noexcept;
-  void raisePeaksAndCopyInterleaved(const CapturedBuffer& buffer) noexcept;
-  bool isInRange(const Tap& tap, std::size_t outputs) const noexcept;
-  ScaledInput inputOf(const Tap& tap) const noexcept;
+  void raisePeaksAndCopyPlanar(std::int64_t slot, const CapturedBuffer& buffer) noexcept;
+  void raisePeaksAndCopyInterleaved(std::int64_t slot, const CapturedBuffer& buffer) noexcept;
+  std::int64_t placed(std::int64_t position, std::int64_t frames) noexcept;
   std::int64_t slotOf(std::int64_t position) const noexcept;
-  void addTaps(std::int64_t slot, std::int64_t frames, std::span<float* const> buffers,
-               std::span<const Tap> taps) const noexcept;
-  void addPass(std::int64_t slot, std::int64_t frames, float* output,
-               std::span<const ScaledInput> inputs) const noexcept;
 
   const Kernels& kernels_;
   const std::int64_t channels_;
   const std::int64_t capacity_;
+  const std::uint64_t inverseCapacity_;
   std::vector<float> storage_;
   std::int64_t head_ = 0;
-  /// Where the frame at the head goes: head_ mod capacity_, carried along since a division takes longer than a tap.
-  std::int64_t headSlot_ = 0;
   mutable UnfairLock lock_;
-  std::vector<float> peakAccum_;
+  std::vector<PeakLanes> peakAccum_;
   std::int64_t maxWriteFrames_ = 0;
   std::int64_t repositionings_ = 0;
 };

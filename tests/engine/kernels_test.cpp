@@ -51,18 +51,6 @@ class Samples {
   std::mt19937 random_;
 };
 
-/// Where two NaNs meet, it is left open which one's payload survives; otherwise every bit counts.
-void expectEqualSums(const std::vector<float>& result, const std::vector<float>& defined,
-                     const std::vector<bool>& hasTwoNaNs, const std::string& what) {
-  for (std::size_t i = 0; i < defined.size(); ++i) {
-    if (hasTwoNaNs[i]) {
-      ASSERT_TRUE(std::isnan(result[i]) && std::isnan(defined[i])) << what << " at " << i;
-    } else {
-      ASSERT_EQ(bits(result[i]), bits(defined[i])) << what << " at " << i;
-    }
-  }
-}
-
 void expectEqualBits(const std::vector<float>& result, const std::vector<float>& defined, const std::string& what) {
   for (std::size_t i = 0; i < defined.size(); ++i) ASSERT_EQ(bits(result[i]), bits(defined[i])) << what << " at " << i;
 }
@@ -78,72 +66,140 @@ class KernelsTest : public testing::TestWithParam<Kernels> {
   const Kernels& plain = availableKernels().front();
 };
 
-TEST_P(KernelsTest, tapsAreAddedAsThePlainLoopDoes) {
+/// Planar samples of a ring, and outputs that begin at different alignments, with room before and after.
+struct Mix {
+  static constexpr std::int64_t channels = 3;
+  static constexpr std::size_t outputCount = 2;
+
+  Mix(Samples& samples, std::int64_t capacity, std::int64_t start, std::int64_t frames)
+      : ring(samples.take(static_cast<std::size_t>(channels * capacity))),
+        window{.samples = ring.data(), .channels = channels, .capacity = capacity, .start = start, .frames = frames} {
+    for (std::size_t i = 0; i < outputCount; ++i) {
+      before.push_back(samples.take(static_cast<std::size_t>(frames) + 3 * maximumOffset));
+    }
+  }
+
+  std::vector<std::vector<float>> addedBy(const Kernels& kernels, const std::vector<Tap>& taps) const {
+    std::vector<std::vector<float>> result = before;
+    std::array<float*, outputCount> outputs = {};
+    for (std::size_t i = 0; i < outputCount; ++i) outputs[i] = result[i].data() + offset(i);
+    inRealtime([&] { kernels.addTaps(window, outputs, taps); });
+    return result;
+  }
+
+  std::size_t offset(std::size_t output) const {
+    return maximumOffset + (static_cast<std::size_t>(window.frames) + 3 * output) % maximumOffset;
+  }
+
+  std::vector<float> ring;
+  RingWindow window;
+  std::vector<std::vector<float>> before;
+};
+
+/// Which samples of an output two NaNs met in: then it is left open which one's payload survives.
+std::vector<bool> samplesWithTwoNaNs(const Mix& mix, std::size_t output, const std::vector<Tap>& taps) {
+  const RingWindow& window = mix.window;
+  std::vector<float> sums = mix.before[output];
+  std::vector<bool> found(sums.size());
+  for (const Tap& tap : taps) {
+    if (tap.out != static_cast<std::int64_t>(output) || tap.src < 0 || tap.src >= window.channels) continue;
+    for (std::int64_t i = 0; i < window.frames; ++i) {
+      const std::int64_t slot = tap.src * window.capacity + (window.start + i) % window.capacity;
+      const float sample = mix.ring[static_cast<std::size_t>(slot)];
+      const std::size_t at = mix.offset(output) + static_cast<std::size_t>(i);
+      const float product = tap.gain * sample;
+      if (std::isnan(tap.gain) && std::isnan(sample)) found[at] = true;
+      if (std::isnan(sums[at]) && std::isnan(product)) found[at] = true;
+      sums[at] += product;
+    }
+  }
+  return found;
+}
+
+TEST_P(KernelsTest, tapsAreAddedAsThePlainLoopDoesAtEveryWrapPosition) {
   Samples samples(1);
-  for (std::size_t length = 0; length <= maximumLength; ++length) {
-    for (const std::size_t count : {0U, 1U, 2U, 3U, 7U, 64U}) {
-      const std::size_t offset = (length + count) % maximumOffset;
-      const std::size_t skip = (length * 3 + count) % maximumOffset;
-      std::vector<std::vector<float>> sources;
-      std::vector<ScaledInput> inputs;
-      for (std::size_t i = 0; i < count; ++i) sources.push_back(samples.take(skip + length));
-      for (const std::vector<float>& source : sources) inputs.push_back({.samples = source.data(), .gain = samples()});
-      const std::vector<float> before = samples.take(offset + length + maximumOffset);
-      std::vector<bool> hasTwoNaNs(before.size());
-      for (std::size_t i = 0; i < length; ++i) {
-        int notNumbers = std::isnan(before[offset + i]) ? 1 : 0;
-        for (std::size_t input = 0; input < count; ++input) {
-          const float product = inputs[input].gain * sources[input][skip + i];
-          const bool isDouble = std::isnan(inputs[input].gain) && std::isnan(sources[input][skip + i]);
-          notNumbers += isDouble ? 2 : std::isnan(product) ? 1 : 0;
+  for (std::int64_t frames = 0; frames <= static_cast<std::int64_t>(maximumLength); ++frames) {
+    for (std::int64_t beforeTheEnd = 1; beforeTheEnd <= frames + 1; ++beforeTheEnd) {
+      // From the shortest ring that holds the window on.
+      const std::int64_t capacity = std::max(frames, beforeTheEnd) + beforeTheEnd % 5;
+      const Mix mix(samples, capacity, capacity - beforeTheEnd, frames);
+      // Runs of one, two and three, the same output in two runs, and runs that end at a tap out of range.
+      std::vector<Tap> taps = {{.src = 0, .out = 1}, {.src = 2, .out = 0}, {.src = 1, .out = 0}, {.src = 3, .out = 0},
+                               {.src = 1, .out = 0}, {.src = 0, .out = 1}, {.src = 2, .out = 1}, {.src = 1, .out = 1},
+                               {.src = 0, .out = 2}, {.src = 0, .out = 1}, {.src = -1, .out = 0}};
+      for (Tap& tap : taps) tap.gain = samples();
+      const std::vector<std::vector<float>> defined = mix.addedBy(plain, taps);
+      const std::vector<std::vector<float>> result = mix.addedBy(kernels, taps);
+      for (std::size_t output = 0; output < Mix::outputCount; ++output) {
+        const std::vector<bool> open = samplesWithTwoNaNs(mix, output, taps);
+        for (std::size_t i = 0; i < result[output].size(); ++i) {
+          if (open[i]) {
+            ASSERT_TRUE(std::isnan(result[output][i]) && std::isnan(defined[output][i]));
+          } else {
+            ASSERT_EQ(bits(result[output][i]), bits(defined[output][i]))
+                << frames << " frames, " << beforeTheEnd << " before the end, output " << output << " at " << i;
+          }
         }
-        // A sum of two infinities is one more, and may meet another; it is told by the definition's own result.
-        hasTwoNaNs[offset + i] = notNumbers > 1;
-        float sum = before[offset + i];
-        for (std::size_t input = 0; input < count && !hasTwoNaNs[offset + i]; ++input) {
-          const float product = inputs[input].gain * sources[input][skip + i];
-          if (std::isnan(sum) && std::isnan(product)) hasTwoNaNs[offset + i] = true;
-          sum += product;
-        }
-      }
-      std::vector<float> defined = before;
-      std::vector<float> result = before;
-      const auto add = [&](const Kernels& set, std::vector<float>& into) {
-        inRealtime([&] {
-          set.addScaled(into.data() + offset, inputs.data(), static_cast<std::int64_t>(count),
-                        static_cast<std::int64_t>(skip), static_cast<std::int64_t>(length));
-        });
-      };
-      add(plain, defined);
-      add(kernels, result);
-      expectEqualSums(result, defined, hasTwoNaNs, std::to_string(count) + " inputs of " + std::to_string(length));
-      for (std::size_t i = 0; i < before.size(); ++i) {
-        if (i >= offset && i < offset + length) continue;
-        ASSERT_EQ(bits(result[i]), bits(before[i])) << "beyond the output";
       }
     }
   }
 }
 
-TEST_P(KernelsTest, productsAreRoundedBeforeTheyAreAdded) {
-  // Exactly, (1 + 2^-23) x (1 - 2^-23) = 1 - 2^-46, which rounds to 1. With -1 that leaves 0; fused, -2^-46.
-  for (const std::size_t length : {1U, 3U, 4U, 8U, 15U, 64U, 111U}) {
-    const std::vector<float> source(length, 1.0F + 0x1p-23F);
-    std::vector<float> sums(length, -1.0F);
-    const ScaledInput input = {.samples = source.data(), .gain = 1.0F - 0x1p-23F};
-    kernels.addScaled(sums.data(), &input, 1, 0, static_cast<std::int64_t>(length));
-    EXPECT_EQ(sums, std::vector<float>(length, 0.0F));
+TEST_P(KernelsTest, nothingBesideTheOutputsIsWritten) {
+  Samples samples(5);
+  for (std::int64_t frames = 0; frames <= static_cast<std::int64_t>(maximumLength); ++frames) {
+    const Mix mix(samples, 2 * frames + 9, frames + 9, frames);
+    const std::vector<std::vector<float>> result =
+        mix.addedBy(kernels, {{.src = 0, .out = 0}, {.src = 1, .out = 0}, {.src = 1, .out = 1}});
+    for (std::size_t output = 0; output < Mix::outputCount; ++output) {
+      const std::size_t first = mix.offset(output);
+      for (std::size_t i = 0; i < result[output].size(); ++i) {
+        if (i >= first && i < first + static_cast<std::size_t>(frames)) continue;
+        ASSERT_EQ(bits(result[output][i]), bits(mix.before[output][i])) << frames << " frames, at " << i;
+      }
+    }
   }
 }
 
-TEST_P(KernelsTest, inputsAreAddedInTheirOrder) {
+TEST_P(KernelsTest, samplesAreTakenFromBeforeAndAfterTheRingsEnd) {
+  // Slots 0 to 9 of two channels hold 0 to 9 and 100 to 109. From slot 7 on, six frames are those of 7, 8, 9, 0, 1, 2.
+  std::vector<float> ring(20);
+  for (std::size_t i = 0; i < 10; ++i) {
+    ring[i] = static_cast<float>(i);
+    ring[10 + i] = 100 + static_cast<float>(i);
+  }
+  std::vector<float> sums(6, 1000.0F);
+  const std::array<float*, 1> outputs = {sums.data()};
+  const std::array taps = {Tap{.src = 0, .out = 0, .gain = 2.0F}, Tap{.src = 1, .out = 0, .gain = -1.0F}};
+  kernels.addTaps({.samples = ring.data(), .channels = 2, .capacity = 10, .start = 7, .frames = 6}, outputs, taps);
+  // 1000 + 2 x 7 - 107 = 907, and one more for each frame up to the end; 1000 + 2 x 0 - 100 = 900 from there on.
+  EXPECT_EQ(sums, (std::vector<float>{907, 908, 909, 900, 901, 902}));
+}
+
+/// The sums of `length` samples that are all alike, each of which the taps add to.
+std::vector<float> sumsOf(const Kernels& kernels, std::size_t length, float sample, float before,
+                          const std::vector<float>& gains) {
+  const std::vector<float> ring(length, sample);
+  std::vector<float> sums(length, before);
+  const std::array<float*, 1> outputs = {sums.data()};
+  const auto frames = static_cast<std::int64_t>(length);
+  std::vector<Tap> taps;
+  for (const float gain : gains) taps.push_back({.src = 0, .out = 0, .gain = gain});
+  kernels.addTaps({.samples = ring.data(), .channels = 1, .capacity = frames, .start = 0, .frames = frames}, outputs,
+                  taps);
+  return sums;
+}
+
+TEST_P(KernelsTest, productsAreRoundedBeforeTheyAreAdded) {
+  // Exactly, (1 + 2^-23) x (1 - 2^-23) = 1 - 2^-46, which rounds to 1. With -1 that leaves 0; fused, -2^-46.
+  for (const std::size_t length : {1U, 3U, 4U, 8U, 15U, 64U, 111U}) {
+    EXPECT_EQ(sumsOf(kernels, length, 1.0F + 0x1p-23F, -1.0F, {1.0F - 0x1p-23F}), std::vector<float>(length, 0.0F));
+  }
+}
+
+TEST_P(KernelsTest, tapsAreAddedInTheirOrder) {
   // (1 + 2^30) - 2^30 = 0 in 32 bits, while 1 + (2^30 - 2^30) would be 1.
-  const std::vector<float> ones(70, 1.0F);
-  const std::array inputs = {ScaledInput{.samples = ones.data(), .gain = 0x1p30F},
-                             ScaledInput{.samples = ones.data(), .gain = -0x1p30F}};
-  std::vector<float> sums(70, 1.0F);
-  kernels.addScaled(sums.data(), inputs.data(), 2, 0, 70);
-  EXPECT_EQ(sums, std::vector<float>(70, 0.0F));
+  EXPECT_EQ(sumsOf(kernels, 70, 1.0F, 1.0F, {0x1p30F, -0x1p30F}), std::vector<float>(70, 0.0F));
 }
 
 TEST_P(KernelsTest, copiesAndPeaksAreThoseOfThePlainLoop) {
@@ -156,14 +212,34 @@ TEST_P(KernelsTest, copiesAndPeaksAreThoseOfThePlainLoop) {
       std::vector<float> result = before;
       const std::size_t at = maximumOffset - offset;
       const auto frames = static_cast<std::int64_t>(length);
-      float peak = -1;
-      const float definedPeak = plain.copyWithPeak(defined.data() + at, source.data() + offset, frames);
-      inRealtime([&] { peak = kernels.copyWithPeak(result.data() + at, source.data() + offset, frames); });
+      PeakLanes definedLanes;
+      PeakLanes lanes;
+      plain.copyWithPeak(defined.data() + at, source.data() + offset, frames, definedLanes);
+      inRealtime([&] { kernels.copyWithPeak(result.data() + at, source.data() + offset, frames, lanes); });
       expectEqualBits(result, defined, "copy of " + std::to_string(length));
-      ASSERT_EQ(bits(peak), bits(definedPeak)) << length << " from " << offset;
+      const float definedPeak = definedLanes.largest();
+      ASSERT_EQ(bits(lanes.largest()), bits(definedPeak)) << length << " from " << offset;
+      float peak = -1;
       inRealtime([&] { peak = kernels.peakMagnitude(source.data() + offset, frames); });
       ASSERT_EQ(bits(peak), bits(definedPeak)) << length << " from " << offset;
     }
+  }
+}
+
+TEST_P(KernelsTest, aPeakIsRaisedAndNeverLowered) {
+  std::array<float, 40> into;
+  for (const std::int64_t frames : {1, 7, 8, 9, 40}) {
+    PeakLanes peak;
+    std::array<float, 40> source;
+    source.fill(-0.25F);
+    kernels.copyWithPeak(into.data(), source.data(), frames, peak);
+    EXPECT_EQ(peak.largest(), 0.25F) << frames;
+    source[static_cast<std::size_t>(frames) - 1] = 0.75F;
+    kernels.copyWithPeak(into.data(), source.data(), frames, peak);
+    EXPECT_EQ(peak.largest(), 0.75F) << frames;
+    source.fill(0.5F);
+    kernels.copyWithPeak(into.data(), source.data(), frames, peak);
+    EXPECT_EQ(peak.largest(), 0.75F) << frames;
   }
 }
 

@@ -5,28 +5,29 @@
 #include <cmath>
 
 #include "engine/kernels/copy_with_peak.h"
+#include "engine/kernels/vector_mask.h"
 #include "engine/kernels/vector_peak.h"
 
 namespace brindlemux {
 
-float plain::copyWithPeak(float* into, const float* from, std::int64_t frames) noexcept {
-  float peak = 0;
+void plain::copyWithPeak(float* into, const float* from, std::int64_t frames, PeakLanes& peak) noexcept {
   for (std::int64_t i = 0; i < frames; ++i) {
     const float magnitude = std::fabs(from[i]);
     // False for a NaN.
-    if (magnitude > peak) peak = magnitude;
+    if (magnitude > peak.lanes[0]) peak.lanes[0] = magnitude;
     into[i] = from[i];
   }
-  return peak;
 }
 
 #if defined(__x86_64__)
 
-float sse2::copyWithPeak(float* into, const float* from, std::int64_t frames) noexcept {
+// What is left of whole registers at the end is copied once more with some that went before, where there are enough.
+
+void sse2::copyWithPeak(float* into, const float* from, std::int64_t frames, PeakLanes& peak) noexcept {
   constexpr std::int64_t lanes = 4;
   constexpr std::int64_t registers = 4;
   // Several, so that one maximum does not wait for the one before it.
-  __m128 peaks[registers] = {};
+  __m128 peaks[registers] = {_mm_load_ps(peak.lanes), _mm_load_ps(peak.lanes + lanes)};
   std::int64_t at = 0;
   for (; at + registers * lanes <= frames; at += registers * lanes) {
 #pragma GCC unroll 4
@@ -36,24 +37,31 @@ float sse2::copyWithPeak(float* into, const float* from, std::int64_t frames) no
       peaks[i] = raisedPeak(peaks[i], samples);
     }
   }
-  __m128 peak = _mm_max_ps(_mm_max_ps(peaks[0], peaks[1]), _mm_max_ps(peaks[2], peaks[3]));
   for (; at + lanes <= frames; at += lanes) {
     const __m128 samples = _mm_loadu_ps(from + at);
     _mm_storeu_ps(into + at, samples);
-    peak = raisedPeak(peak, samples);
+    peaks[0] = raisedPeak(peaks[0], samples);
+  }
+  if (at < frames && frames >= lanes) {
+    const __m128 samples = _mm_loadu_ps(from + frames - lanes);
+    _mm_storeu_ps(into + frames - lanes, samples);
+    peaks[1] = raisedPeak(peaks[1], samples);
+    at = frames;
   }
   for (; at < frames; ++at) {
     const __m128 sample = _mm_load_ss(from + at);
     _mm_store_ss(into + at, sample);
-    peak = raisedPeak(peak, sample);
+    peaks[1] = raisedPeak(peaks[1], sample);
   }
-  return largestLane(peak);
+  _mm_store_ps(peak.lanes, _mm_max_ps(peaks[0], peaks[2]));
+  _mm_store_ps(peak.lanes + lanes, _mm_max_ps(peaks[1], peaks[3]));
 }
 
-[[gnu::target("avx2")]] float avx2::copyWithPeak(float* into, const float* from, std::int64_t frames) noexcept {
+[[gnu::target("avx2")]] void avx2::copyWithPeak(float* into, const float* from, std::int64_t frames,
+                                                PeakLanes& peak) noexcept {
   constexpr std::int64_t lanes = 8;
   constexpr std::int64_t registers = 4;
-  __m256 peaks[registers] = {};
+  __m256 peaks[registers] = {_mm256_load_ps(peak.lanes)};
   std::int64_t at = 0;
   for (; at + registers * lanes <= frames; at += registers * lanes) {
 #pragma GCC unroll 4
@@ -63,25 +71,24 @@ float sse2::copyWithPeak(float* into, const float* from, std::int64_t frames) no
       peaks[i] = raisedPeakWide(peaks[i], samples);
     }
   }
-  __m256 widePeak = _mm256_max_ps(_mm256_max_ps(peaks[0], peaks[1]), _mm256_max_ps(peaks[2], peaks[3]));
   for (; at + lanes <= frames; at += lanes) {
     const __m256 samples = _mm256_loadu_ps(from + at);
     _mm256_storeu_ps(into + at, samples);
-    widePeak = raisedPeakWide(widePeak, samples);
+    peaks[0] = raisedPeakWide(peaks[0], samples);
   }
-  __m128 peak = narrowedPeak(widePeak);
-  if (at + lanes / 2 <= frames) {
-    const __m128 samples = _mm_loadu_ps(from + at);
-    _mm_storeu_ps(into + at, samples);
-    peak = raisedPeak(peak, samples);
-    at += lanes / 2;
+  if (at < frames) {
+    if (frames >= lanes) {
+      const __m256 samples = _mm256_loadu_ps(from + frames - lanes);
+      _mm256_storeu_ps(into + frames - lanes, samples);
+      peaks[1] = raisedPeakWide(peaks[1], samples);
+    } else {
+      const __m256i mask = firstLanes(frames);
+      const __m256 samples = _mm256_maskload_ps(from, mask);
+      _mm256_maskstore_ps(into, mask, samples);
+      peaks[1] = raisedPeakWide(peaks[1], samples);
+    }
   }
-  for (; at < frames; ++at) {
-    const __m128 sample = _mm_load_ss(from + at);
-    _mm_store_ss(into + at, sample);
-    peak = raisedPeak(peak, sample);
-  }
-  return largestLane(peak);
+  _mm256_store_ps(peak.lanes, _mm256_max_ps(_mm256_max_ps(peaks[0], peaks[1]), _mm256_max_ps(peaks[2], peaks[3])));
 }
 
 #endif

@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-#include "engine/kernels/add_scaled.h"
+#include "engine/kernels/add_taps.h"
 #include "engine/kernels/copy_with_peak.h"
 #include "engine/kernels/limit_with_peak.h"
 #include "engine/kernels/peak_magnitude.h"
@@ -13,18 +13,18 @@ namespace {
 // AVX-512 gains nothing at the lengths of audio blocks.
 constexpr Kernels sets[] = {
     {.name = "plain",
-     .addScaled = plain::addScaled,
+     .addTaps = plain::addTaps,
      .copyWithPeak = plain::copyWithPeak,
      .limitWithPeak = plain::limitWithPeak,
      .peakMagnitude = plain::peakMagnitude},
 #if defined(__x86_64__)
     {.name = "SSE2",
-     .addScaled = sse2::addScaled,
+     .addTaps = sse2::addTaps,
      .copyWithPeak = sse2::copyWithPeak,
      .limitWithPeak = sse2::limitWithPeak,
      .peakMagnitude = sse2::peakMagnitude},
     {.name = "AVX2",
-     .addScaled = avx2::addScaled,
+     .addTaps = avx2::addTaps,
      .copyWithPeak = avx2::copyWithPeak,
      .limitWithPeak = avx2::limitWithPeak,
      .peakMagnitude = avx2::peakMagnitude},

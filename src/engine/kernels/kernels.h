@@ -3,18 +3,19 @@
 #include <cstdint>
 #include <span>
 
-#include "engine/kernels/scaled_input.h"
+#include "engine/kernels/peak_lanes.h"
+#include "engine/kernels/ring_window.h"
+#include "engine/tap.h"
 
 namespace brindlemux {
 
 /// One set of the sample loops, all of them for the same processors. Every set gives the same results to the last bit.
-/// What each loop does is told where it is declared: add_scaled.h, copy_with_peak.h, limit_with_peak.h,
+/// What each loop does is told where it is declared: add_taps.h, copy_with_peak.h, limit_with_peak.h,
 /// peak_magnitude.h.
 struct Kernels {
   const char* name;
-  void (*addScaled)(float* into, const ScaledInput* inputs, std::int64_t count, std::int64_t skip,
-                    std::int64_t frames) noexcept;
-  float (*copyWithPeak)(float* into, const float* from, std::int64_t frames) noexcept;
+  void (*addTaps)(const RingWindow& window, std::span<float* const> outputs, std::span<const Tap> taps) noexcept;
+  void (*copyWithPeak)(float* into, const float* from, std::int64_t frames, PeakLanes& peak) noexcept;
   float (*limitWithPeak)(float* samples, std::int64_t frames) noexcept;
   float (*peakMagnitude)(const float* samples, std::int64_t frames) noexcept;
 };
