@@ -34,8 +34,9 @@ class TemporaryFile {
     constexpr int maximumAttempts = 1000;
     for (int attempt = 0; attempt < maximumAttempts; ++attempt) {
       path_ = target;
-      path_.replace_filename("." + target.filename().string() + "." + std::to_string(getpid()) + "-" +
-                             std::to_string(attempt));
+      std::string name = ".";
+      name.append(target.filename().string()).append(".").append(std::to_string(getpid()));
+      path_.replace_filename(name.append("-").append(std::to_string(attempt)));
       descriptor_ = open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
       if (descriptor_ >= 0) return;
       if (errno != EEXIST) break;
