@@ -101,28 +101,29 @@ void SourceRing::write(const CapturedBuffer& buffer) noexcept {
 }
 
 void SourceRing::raisePeaksAndCopyPlanar(std::int64_t slot, const CapturedBuffer& buffer) noexcept {
-  const auto lastChannel = static_cast<std::int64_t>(buffer.planar.size()) - 1;
-  for (std::int64_t channel = 0; channel < channels_; ++channel) {
-    const float* source = buffer.planar[static_cast<std::size_t>(std::min(lastChannel, channel))];
-    float* ring = storage_.data() + channel * capacity_;
-    PeakLanes& peak = peakAccum_[static_cast<std::size_t>(channel)];
-    forEachStretch(slot, buffer.frames, capacity_, [&](std::int64_t at, std::int64_t offset, std::int64_t length) {
-      kernels_.copyWithPeak(ring + at, source + offset, length, peak);
-    });
-  }
+  const std::size_t lastChannel = buffer.planar.size() - 1;
+  const auto copy = kernels_.copyWithPeak;
+  forEachStretch(slot, buffer.frames, capacity_, [&](std::int64_t at, std::int64_t offset, std::int64_t length) {
+    float* ring = storage_.data() + at;
+    for (std::size_t channel = 0; channel < peakAccum_.size(); ++channel) {
+      copy(ring, buffer.planar[std::min(lastChannel, channel)] + offset, length, peakAccum_[channel]);
+      ring += capacity_;
+    }
+  });
 }
 
 void SourceRing::raisePeaksAndCopyInterleaved(std::int64_t slot, const CapturedBuffer& buffer) noexcept {
   const std::int64_t stride = buffer.interleavedChannels;
-  for (std::int64_t channel = 0; channel < channels_; ++channel) {
-    const float* source = buffer.interleaved + std::min(stride - 1, channel);
-    float* ring = storage_.data() + channel * capacity_;
-    float& peak = peakAccum_[static_cast<std::size_t>(channel)].lanes[0];
-    forEachStretch(slot, buffer.frames, capacity_, [&](std::int64_t at, std::int64_t offset, std::int64_t length) {
-      for (std::int64_t i = 0; i < length; ++i) ring[at + i] = source[(offset + i) * stride];
-      peak = std::max(peak, kernels_.peakMagnitude(ring + at, length));
-    });
-  }
+  forEachStretch(slot, buffer.frames, capacity_, [&](std::int64_t at, std::int64_t offset, std::int64_t length) {
+    float* ring = storage_.data() + at;
+    for (std::int64_t channel = 0; channel < channels_; ++channel) {
+      const float* source = buffer.interleaved + std::min(stride - 1, channel) + offset * stride;
+      for (std::int64_t i = 0; i < length; ++i) ring[i] = source[i * stride];
+      float& peak = peakAccum_[static_cast<std::size_t>(channel)].lanes[0];
+      peak = std::max(peak, kernels_.peakMagnitude(ring, length));
+      ring += capacity_;
+    }
+  });
 }
 
 /// `position` modulo the capacity, by multiplication: a division takes longer than a tap.
