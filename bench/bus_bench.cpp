@@ -7,6 +7,7 @@
 #include "benches.h"
 #include "bounds.h"
 #include "engine/mix_bus.h"
+#include "engine/planar_buffer.h"
 #include "side_by_side.h"
 
 namespace brindlemux::bench {
@@ -25,7 +26,7 @@ enum class Wiring { eachPairToOnePair, everythingToEverything };
 /// nothing to do, however often they are mixed.
 struct Bench {
   Bench(std::size_t sources, std::int64_t channels, std::int64_t ringFrames, Wiring wiring)
-      : graph("device"), samples(static_cast<std::size_t>(channels * 512)), deviceChannels(channels) {
+      : graph("device"), outputs(channels, 512), deviceChannels(channels) {
     for (std::size_t i = 0; i < sources; ++i) {
       const UUID id = identifier(i);
       graph.sources.push_back({.id = id, .kind = SystemAudioSource{}, .channelGains = {}});
@@ -39,7 +40,6 @@ struct Bench {
       }
     }
     bus.rebuildPlans(graph, rings, channels);
-    for (std::int64_t i = 0; i < channels; ++i) outputs.push_back(samples.data() + i * 512);
   }
 
   void write(std::int64_t frames) {
@@ -54,8 +54,7 @@ struct Bench {
   DeviceGraph graph;
   MixBus::Rings rings;
   MixBus bus;
-  std::vector<float> samples;
-  std::vector<float*> outputs;
+  PlanarBuffer outputs;
   const std::int64_t deviceChannels;
 };
 
@@ -63,7 +62,7 @@ void addRendering(std::int64_t frames, std::optional<double> atLeast) {
   // What is written between two measurements is as much as the rings hold, and all of it fits the first-level cache.
   constexpr std::int64_t ringFrames = 512;
   const auto bench = std::make_shared<Bench>(8, 2, ringFrames, Wiring::eachPairToOnePair);
-  const auto boundRings = std::make_shared<std::vector<float>>(16 * ringFrames, 0.25F);
+  const auto boundRings = std::make_shared<AlignedFloats>(16 * ringFrames, 0.25F);
   Comparison comparison;
   comparison.what = "renderVirtual, 8 stereo sources, " + std::to_string(frames) + " frames";
   comparison.prepare = [bench, boundRings] {
@@ -71,14 +70,13 @@ void addRendering(std::int64_t frames, std::optional<double> atLeast) {
     for (const float& sample : *boundRings) benchmark::DoNotOptimize(sample);
   };
   comparison.operation = [bench, frames](std::int64_t times) {
-    for (std::int64_t i = 0; i < times; ++i) bench->bus.renderVirtual(bench->outputs, frames);
+    for (std::int64_t i = 0; i < times; ++i) bench->bus.renderVirtual(bench->outputs.channels(), frames);
   };
   const auto triad = boundedKernels().back().bounds.triad;
   comparison.bound = [bench, boundRings, frames, triad](std::int64_t times) {
     for (std::int64_t i = 0; i < times; ++i) {
       for (std::int64_t channel = 0; channel < 16; ++channel) {
-        triad(bench->outputs[static_cast<std::size_t>(channel % 2)],
-              boundRings->data() + channel * ringFrames + i * frames, frames);
+        triad(bench->outputs.channel(channel % 2), boundRings->data() + channel * ringFrames + i * frames, frames);
       }
     }
   };
@@ -94,7 +92,7 @@ void addShareOfBlock(const std::string& what, Wiring wiring) {
   comparison.what = "percent of a 64-frame block, 64 sources to 16 outputs, " + what;
   comparison.prepare = [bench] { bench->write(frames); };
   comparison.operation = [bench](std::int64_t times) {
-    for (std::int64_t i = 0; i < times; ++i) bench->bus.renderVirtual(bench->outputs, frames);
+    for (std::int64_t i = 0; i < times; ++i) bench->bus.renderVirtual(bench->outputs.channels(), frames);
   };
   comparison.times = 1;
   comparison.figure = Comparison::Figure::percentOfBlock;

@@ -7,6 +7,7 @@
 
 #include "benches.h"
 #include "bounds.h"
+#include "engine/planar_buffer.h"
 #include "engine/source_ring.h"
 #include "side_by_side.h"
 
@@ -54,9 +55,7 @@ struct Bench {
       : shape(wanted),
         ring(wanted.channels, captureRingFrames, kernels),
         boundRing(static_cast<std::size_t>(wanted.channels * captureRingFrames), 1.0F),
-        samples(static_cast<std::size_t>(wanted.outputs * maximumFrames)) {
-    for (std::int64_t i = 0; i < wanted.outputs; ++i) outputs.push_back(samples.data() + i * maximumFrames);
-  }
+        outputs(wanted.outputs, maximumFrames) {}
 
   void fillTo(std::int64_t position) {
     const std::vector<float> block(1000, 1.0F);
@@ -68,9 +67,8 @@ struct Bench {
 
   const Shape shape;
   SourceRing ring;
-  std::vector<float> boundRing;
-  std::vector<float> samples;
-  std::vector<float*> outputs;
+  AlignedFloats boundRing;
+  PlanarBuffer outputs;
 };
 
 void add(const Shape& shape, const BoundedKernels& set, std::int64_t frames, bool wraps,
@@ -85,14 +83,13 @@ void add(const Shape& shape, const BoundedKernels& set, std::int64_t frames, boo
   comparison.operation = [bench, start, frames](std::int64_t times) {
     for (std::int64_t i = 0; i < times; ++i) {
       std::int64_t cursor = start;
-      bench->ring.mixRead(frames, cursor, bench->outputs, bench->shape.taps);
+      bench->ring.mixRead(frames, cursor, bench->outputs.channels(), bench->shape.taps);
     }
   };
   comparison.bound = [bench, frames, triad = set.bounds.triad](std::int64_t times) {
     for (std::int64_t i = 0; i < times; ++i) {
       for (const Tap& tap : bench->shape.taps) {
-        triad(bench->outputs[static_cast<std::size_t>(tap.out)],
-              bench->boundRing.data() + tap.src * captureRingFrames + 1003, frames);
+        triad(bench->outputs.channel(tap.out), bench->boundRing.data() + tap.src * captureRingFrames + 1003, frames);
       }
     }
   };

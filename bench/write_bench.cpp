@@ -25,7 +25,7 @@ struct Bench {
   }
 
   SourceRing ring;
-  std::vector<float> boundRing;
+  AlignedFloats boundRing;
   std::vector<float> samples;
   std::vector<const float*> sources;
 };

@@ -5,17 +5,19 @@
 #include <span>
 #include <vector>
 
+#include "engine/aligned_floats.h"
+
 namespace brindlemux {
 
-/// Owns one float buffer a channel, all of one length, zeroed at creation. Threads: as its owner says; only
-/// construction and moves allocate or free.
+/// Owns one float buffer a channel, all of one length, zeroed at creation, each beginning with a cache line. Threads:
+/// as its owner says; only construction and moves allocate or free.
 class PlanarBuffer {
  public:
   PlanarBuffer() = default;
   PlanarBuffer(std::int64_t channels, std::int64_t frames)
-      : samples_(static_cast<std::size_t>(channels * frames), 0.0F) {
+      : samples_(static_cast<std::size_t>(channels * stride(frames)), 0.0F) {
     for (std::int64_t channel = 0; channel < channels; ++channel) {
-      channels_.push_back(samples_.data() + channel * frames);
+      channels_.push_back(samples_.data() + channel * stride(frames));
     }
   }
   PlanarBuffer(PlanarBuffer&&) noexcept = default;
@@ -30,7 +32,14 @@ class PlanarBuffer {
   }
 
  private:
-  std::vector<float> samples_;
+  /// Whole cache lines, and an odd number of them: with an even one, like the powers of two that frames come in, the
+  /// beginnings of all channels would compete for a few places in the first-level cache.
+  static std::int64_t stride(std::int64_t frames) noexcept {
+    constexpr std::int64_t line = cacheLineBytes / sizeof(float);
+    return ((frames + line - 1) / line | 1) * line;
+  }
+
+  AlignedFloats samples_;
   std::vector<float*> channels_;
 };
 

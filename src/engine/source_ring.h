@@ -5,6 +5,7 @@
 #include <span>
 #include <vector>
 
+#include "engine/aligned_floats.h"
 #include "engine/captured_buffer.h"
 #include "engine/kernels/kernels.h"
 #include "engine/tap.h"
@@ -66,7 +67,7 @@ class SourceRing {
   const std::int64_t channels_;
   const std::int64_t capacity_;
   const std::uint64_t inverseCapacity_;
-  std::vector<float> storage_;
+  AlignedFloats storage_;
   std::int64_t head_ = 0;
   mutable UnfairLock lock_;
   std::vector<PeakLanes> peakAccum_;
