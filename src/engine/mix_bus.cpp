@@ -32,6 +32,10 @@ Tap compiled(const SourceWire& wire, const SourceNodeConfig& source, const Devic
   return {.src = wire.sourceChannel, .out = wire.outputChannel, .gain = sourceGain * graph.masterGain * outputGain};
 }
 
+/// Brings the taps of an output together, in the order that they have: they are then added in one pass, and what
+/// different outputs receive does not depend on the order in which they do.
+void groupByOutput(std::vector<Tap>& taps) { std::ranges::stable_sort(taps, {}, &Tap::out); }
+
 std::vector<RenderEntry> compiledSources(const DeviceGraph& graph, const MixBus::Rings& rings,
                                          std::int64_t deviceChannels) {
   std::unordered_map<UUID, std::vector<SourceWire>> wires;
@@ -48,6 +52,7 @@ std::vector<RenderEntry> compiledSources(const DeviceGraph& graph, const MixBus:
     entry.ring = ring->second;
     entry.cursorKey = source.id;
     for (const SourceWire& wire : wired->second) entry.taps.push_back(compiled(wire, source, graph));
+    groupByOutput(entry.taps);
   }
   return plan;
 }
@@ -61,6 +66,7 @@ std::unordered_map<UUID, std::vector<Tap>> compiledMonitors(const DeviceGraph& g
       if (wire.monitorID != monitor.id || wire.outputChannel >= deviceChannels) continue;
       taps.push_back({.src = wire.outputChannel, .out = wire.monitorChannel, .gain = monitor.gain});
     }
+    groupByOutput(taps);
     plans.insert_or_assign(monitor.id, std::move(taps));
   }
   return plans;
@@ -86,7 +92,9 @@ Cursors copied(const Cursors& cursors, UnfairLock& lock) {
   Cursors copy;
   for (const auto& entry : cursors) copy.emplace(entry.first, unpositioned);
   const std::lock_guard guard(lock);
-  for (auto& [reader, cursor] : copy) cursor = cursors.find(reader)->second;
+  for (auto& [reader, cursor] : copy) {
+    if (const auto found = cursors.find(reader); found != cursors.end()) cursor = found->second;
+  }
   return copy;
 }
 
@@ -133,9 +141,9 @@ void MixBus::rebuildPlans(const DeviceGraph& graph, const Rings& rings, std::int
 void MixBus::renderVirtual(std::span<float* const> buffers, std::int64_t frames) noexcept {
   {
     const std::lock_guard guard(planLock_);
-    for (std::size_t i = 0; i < virtualPlan_.size(); ++i) {
-      virtualPlan_[i].ring->mixRead(frames, *planCursors_[i], buffers, virtualPlan_[i].taps);
-    }
+    std::int64_t* const* cursor = planCursors_.data();
+    for (const RenderEntry& entry : std::span(virtualPlan_))
+      entry.ring->mixRead(frames, **cursor++, buffers, entry.taps);
   }
   if (frames < 1) return;
 

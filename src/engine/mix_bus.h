@@ -20,6 +20,7 @@ struct RenderEntry {
   /// Shared with the capture, so that the ring outlives a capture that stops while the plan is in force.
   std::shared_ptr<SourceRing> ring;
   UUID cursorKey;
+  /// Ordered by output, the taps of one output as the graph orders their wires.
   std::vector<Tap> taps;
 };
 

@@ -6,12 +6,18 @@
 
 namespace brindlemux {
 
+namespace {
+
+const Kernels& kernels = fastestKernels();
+
+}  // namespace
+
 float softLimit(std::span<float> samples) noexcept {
-  return fastestKernels().limitWithPeak(samples.data(), static_cast<std::int64_t>(samples.size()));
+  return kernels.limitWithPeak(samples.data(), static_cast<std::int64_t>(samples.size()));
 }
 
 float peakMagnitude(std::span<const float> samples) noexcept {
-  return fastestKernels().peakMagnitude(samples.data(), static_cast<std::int64_t>(samples.size()));
+  return kernels.peakMagnitude(samples.data(), static_cast<std::int64_t>(samples.size()));
 }
 
 }  // namespace brindlemux

@@ -116,7 +116,7 @@ TEST(MixBus, outputGainsFollowTheOutputChannel) {
   MixBus bus;
   bus.rebuildPlans(graph, {{first, makeRing()}}, 4);
   EXPECT_EQ(bus.virtualPlan().at(0).taps,
-            (std::vector{Tap{.src = 0, .out = 2, .gain = 0.25F}, Tap{.src = 0, .out = 1, .gain = 0.5F},
+            (std::vector{Tap{.src = 0, .out = 1, .gain = 0.5F}, Tap{.src = 0, .out = 2, .gain = 0.25F},
                          Tap{.src = 1, .out = 3, .gain = 1.0F}}));
 }
 
@@ -127,11 +127,31 @@ TEST(MixBus, negativeChannelsHaveNoGainsOfTheirOwnAndAreKept) {
   graph.outputGains = {0.25F};
   MixBus bus;
   bus.rebuildPlans(graph, {{first, makeRing()}}, 2);
-  EXPECT_EQ(bus.virtualPlan().at(0).taps, (std::vector{Tap{.src = -1, .out = 0, .gain = 0.5F * 0.25F},
-                                                       Tap{.src = 0, .out = -1, .gain = 9.0F * 1.0F}}));
+  EXPECT_EQ(bus.virtualPlan().at(0).taps, (std::vector{Tap{.src = 0, .out = -1, .gain = 9.0F * 1.0F},
+                                                       Tap{.src = -1, .out = 0, .gain = 0.5F * 0.25F}}));
   // They do no harm.
   PlanarBuffers buffers(2, 8);
   renderVirtual(bus, buffers, 8);
+}
+
+TEST(MixBus, tapsOfAnOutputAreTogetherInTheOrderOfTheirWires) {
+  DeviceGraph graph("device");
+  graph.sources = {source(first, 1.0F, {0.0F, 1.0F, 2.0F, 3.0F})};
+  graph.wires = {wire(first, 3, 1), wire(first, 0, 0), wire(first, 2, 1), wire(first, 1, 0), wire(first, 0, 1)};
+  MonitorNodeConfig monitor;
+  monitor.id = second;
+  graph.monitors = {monitor};
+  graph.monitorWires = {{.outputChannel = 1, .monitorID = second, .monitorChannel = 1},
+                        {.outputChannel = 1, .monitorID = second, .monitorChannel = 0},
+                        {.outputChannel = 0, .monitorID = second, .monitorChannel = 1}};
+  MixBus bus;
+  bus.rebuildPlans(graph, {{first, makeRing()}}, 2);
+  EXPECT_EQ(bus.virtualPlan().at(0).taps,
+            (std::vector{Tap{.src = 0, .out = 0, .gain = 0.0F}, Tap{.src = 1, .out = 0, .gain = 1.0F},
+                         Tap{.src = 3, .out = 1, .gain = 3.0F}, Tap{.src = 2, .out = 1, .gain = 2.0F},
+                         Tap{.src = 0, .out = 1, .gain = 0.0F}}));
+  EXPECT_EQ(bus.monitorPlans().at(second),
+            (std::vector{Tap{.src = 1, .out = 0}, Tap{.src = 1, .out = 1}, Tap{.src = 0, .out = 1}}));
 }
 
 TEST(MixBus, sourcesThatCannotBeHeardHaveNoEntry) {
@@ -195,8 +215,8 @@ TEST(MixBus, monitorTapsCarryTheMonitorsGainAlone) {
   // Output 2 is beyond the device's two channels. A monitor that is switched off has its plan all the same.
   EXPECT_EQ(bus.monitorPlans(), (std::unordered_map<UUID, std::vector<Tap>>{
                                     {speakers,
-                                     {Tap{.src = 1, .out = 0, .gain = 0.5F}, Tap{.src = 0, .out = 1, .gain = 0.5F},
-                                      Tap{.src = -1, .out = -2, .gain = 0.5F}}},
+                                     {Tap{.src = -1, .out = -2, .gain = 0.5F}, Tap{.src = 1, .out = 0, .gain = 0.5F},
+                                      Tap{.src = 0, .out = 1, .gain = 0.5F}}},
                                     {headphones, {Tap{.src = 0, .out = 5, .gain = 0.25F}}}}));
 }
 
