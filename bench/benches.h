@@ -9,5 +9,6 @@ void registerWriting();
 void registerLimiting();
 void registerBus();
 void registerLock();
+void registerSaving();
 
 }  // namespace brindlemux::bench

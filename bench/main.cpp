@@ -15,6 +15,7 @@ int main(int argc, char** argv) {
   registerLimiting();
   registerBus();
   registerLock();
+  registerSaving();
   TableReporter table;
   benchmark::RunSpecifiedBenchmarks(&table);
   std::printf("%d short of what is asked\n", table.shortfalls());

@@ -1,7 +1,9 @@
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -71,6 +73,17 @@ struct Bench {
   PlanarBuffer outputs;
 };
 
+std::function<void(std::int64_t)> bound(const std::shared_ptr<Bench>& bench, const BoundedKernels& set,
+                                        std::int64_t frames) {
+  return [bench, frames, triad = set.bounds.triad](std::int64_t times) {
+    for (std::int64_t i = 0; i < times; ++i) {
+      for (const Tap& tap : bench->shape.taps) {
+        triad(bench->outputs.channel(tap.out), bench->boundRing.data() + tap.src * captureRingFrames + 1003, frames);
+      }
+    }
+  };
+}
+
 void add(const Shape& shape, const BoundedKernels& set, std::int64_t frames, bool wraps,
          std::optional<double> atLeast) {
   const auto bench = std::make_shared<Bench>(shape, *set.kernels);
@@ -86,14 +99,24 @@ void add(const Shape& shape, const BoundedKernels& set, std::int64_t frames, boo
       bench->ring.mixRead(frames, cursor, bench->outputs.channels(), bench->shape.taps);
     }
   };
-  comparison.bound = [bench, frames, triad = set.bounds.triad](std::int64_t times) {
+  comparison.bound = bound(bench, set, frames);
+  comparison.atLeast = atLeast;
+  compare(std::move(comparison));
+}
+
+/// What no read can do better than while it holds a lock: the bound with an uncontended lock around it.
+void addLockedBound(const Shape& shape, const BoundedKernels& set, std::int64_t frames) {
+  const auto bench = std::make_shared<Bench>(shape, *set.kernels);
+  const auto lock = std::make_shared<UnfairLock>();
+  Comparison comparison;
+  comparison.what = "a lock around the bound alone, " + std::to_string(frames) + " frames, " + shape.name;
+  comparison.bound = bound(bench, set, frames);
+  comparison.operation = [lock, once = comparison.bound](std::int64_t times) {
     for (std::int64_t i = 0; i < times; ++i) {
-      for (const Tap& tap : bench->shape.taps) {
-        triad(bench->outputs.channel(tap.out), bench->boundRing.data() + tap.src * captureRingFrames + 1003, frames);
-      }
+      const std::lock_guard guard(*lock);
+      once(1);
     }
   };
-  comparison.atLeast = atLeast;
   compare(std::move(comparison));
 }
 
@@ -120,6 +143,9 @@ void registerMixing() {
     for (const Shape& shape : {crossed(16, 1), crossed(4, 4), crossed(16, 2)}) {
       for (const std::int64_t frames : {64, 128, 256, 512}) add(shape, set, frames, false, narrow ? 0.5 : 1.2);
     }
+  }
+  for (const Shape& shape : {parallel(1), parallel(4)}) {
+    for (const std::int64_t frames : {64, 128, 256, 512}) addLockedBound(shape, boundedKernels().back(), frames);
   }
 }
 

@@ -78,9 +78,9 @@ void run(benchmark::State& state, const Comparison& comparison) {
 }  // namespace
 
 void compare(Comparison comparison) {
-  constexpr int slices = 400;
   constexpr int runs = 5;
   const std::string name = comparison.what;
+  const int slices = comparison.slices;
   benchmark::RegisterBenchmark(
       name.c_str(), [comparison = std::move(comparison)](benchmark::State& state) { run(state, comparison); })
       ->UseManualTime()

@@ -20,6 +20,8 @@ struct Comparison {
   std::function<void()> prepare;
   /// How often each runs between two looks at the clock.
   std::int64_t times = 100;
+  /// How often each is measured in a run.
+  int slices = 400;
 
   /// What the figure of the row says.
   enum class Figure {
