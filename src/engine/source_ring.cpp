@@ -85,9 +85,9 @@ void SourceRing::write(const CapturedBuffer& buffer) noexcept {
   if (capacity_ == 0) fatalError("a ring without capacity");
   // Nobody but the writer moves the head, so that this need not wait for the lock.
   const std::int64_t slot = slotOf(head_);
-  const std::int64_t newHead = sum(head_, buffer.frames);
   const bool planar = isPlanar(buffer);
   const bool interleaved = isInterleaved(buffer);
+  const std::int64_t newHead = planar || interleaved ? sum(head_, buffer.frames) : head_;
   const std::lock_guard guard(lock_);
   maxWriteFrames_ = std::max(maxWriteFrames_, std::min(buffer.frames, maximumLagFrames));
   if (planar) {

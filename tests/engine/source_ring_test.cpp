@@ -179,6 +179,29 @@ TEST(SourceRing, theLargestWriteIsRememberedUpTo4096) {
   EXPECT_EQ(ring.head(), 100 + 50 + 4096 + 10000);
 }
 
+TEST(SourceRingDeathTest, anOverflowOfTheFramePositionIsFatal) {
+  SourceRing ring(1, 8);
+  appendBlock(ring, 1, 1);
+  // 1 + (2^63 - 1) frames are one too many; no sample is looked at before that is known.
+  constexpr std::int64_t frames = std::numeric_limits<std::int64_t>::max();
+  const float sample = 0;
+  const std::array<const float*, 1> planar = {&sample};
+  EXPECT_DEATH(ring.write({.frames = frames, .planar = planar}), "overflow of a ring's frame position");
+  EXPECT_DEATH(ring.write({.frames = frames, .planar = {}, .interleaved = &sample, .interleavedChannels = 1}),
+               "overflow of a ring's frame position");
+  // A block that is dropped does not move the head.
+  ring.write({.frames = frames, .planar = {}});
+  EXPECT_EQ(ring.head(), 1);
+}
+
+TEST(SourceRing, aRingOfOneFrameHoldsTheNewest) {
+  SourceRing ring(1, 1);
+  for (std::int64_t first = 0; first < 50; first += 3) {
+    appendBlock(ring, 3, 1);
+    EXPECT_EQ(newest(ring, 1), std::vector{payload(first + 2)});
+  }
+}
+
 TEST(SourceRing, framesSurviveEveryWrapPosition) {
   constexpr std::int64_t capacity = 7;
   for (std::int64_t block = 1; block <= capacity; ++block) {

@@ -270,6 +270,70 @@ TEST(GraphCodec, typesAreNotConverted) {
   EXPECT_EQ(errorIn(R"({"u":1})").description(), "u: expected an object");
 }
 
+TEST(GraphCodec, absentMembersOfNodesHaveTheirDefaults) {
+  const DeviceGraph graph = graphWith(sourceText(R"({"systemAudio":{}})") + R"(,"monitors":[{"id":")" + secondID +
+                                      R"(","deviceUID":"d","name":"n"}])");
+  ASSERT_EQ(graph.sources.size(), 1U);
+  EXPECT_EQ(graph.sources[0].gain, 1.0F);
+  EXPECT_TRUE(graph.sources[0].channelGains.empty());
+  EXPECT_TRUE(graph.sources[0].enabled);
+  ASSERT_EQ(graph.monitors.size(), 1U);
+  EXPECT_EQ(graph.monitors[0].gain, 1.0F);
+  EXPECT_TRUE(graph.monitors[0].enabled);
+}
+
+/// An array of one record whose members are all good but for one, which has another value.
+std::string recordWith(const std::vector<std::pair<std::string, std::string>>& good, const std::string& name,
+                       const std::string& value) {
+  std::string text = "[{";
+  for (const auto& [member, usual] : good) {
+    text += "\"" + member + "\":" + (member == name ? value : usual) + ",";
+  }
+  text.back() = '}';
+  return text + "]";
+}
+
+TEST(GraphCodec, everyMemberOfEveryRecordHasOneType) {
+  using Members = std::vector<std::pair<std::string, std::string>>;
+  const std::string id = std::string("\"") + firstID + "\"";
+  const std::vector<std::pair<std::string, Members>> records = {
+      {"sources",
+       {{"id", id}, {"kind", R"({"systemAudio":{}})"}, {"gain", "1"}, {"channelGains", "[1]"}, {"enabled", "true"}}},
+      {"wires", {{"sourceID", id}, {"sourceChannel", "0"}, {"outputChannel", "0"}}},
+      {"monitors", {{"id", id}, {"deviceUID", "\"d\""}, {"name", "\"n\""}, {"gain", "1"}, {"enabled", "true"}}},
+      {"monitorWires", {{"outputChannel", "0"}, {"monitorID", id}, {"monitorChannel", "0"}}},
+  };
+  for (const auto& [record, members] : records) {
+    const std::string prefix = "\"" + record + "\":";
+    graphWith(prefix + recordWith(members, "", ""));
+    for (const auto& [name, usual] : members) {
+      for (const std::string value : {"true", "1", "1.5", "\"x\"", "[]", "{\"x\":1}", "[[]]"}) {
+        // Of the kind that the member has: a Boolean, a number, a text that is no identifier, a list.
+        const bool isGain = name == "gain" && (value == "1" || value == "1.5");
+        const bool isChannel = name.ends_with("Channel") && value == "1";
+        const bool isText = (name == "deviceUID" || name == "name") && value == "\"x\"";
+        const bool isList = name == "channelGains" && value == "[]";
+        if (isGain || isChannel || isText || isList || (name == "enabled" && value == "true")) {
+          graphWith(prefix + recordWith(members, name, value));
+        } else {
+          const GraphCodingError error = errorWith(prefix + recordWith(members, name, value));
+          EXPECT_TRUE(error.path.starts_with("u." + record + "[0]." + name)) << error.path << " for " << value;
+        }
+      }
+    }
+  }
+  for (const std::string kind : {"app", "mic"}) {
+    const std::string uid = kind == "app" ? "bundleID" : "deviceUID";
+    for (const std::string value : {"true", "1", "null", "[]", "{}"}) {
+      const std::string path = "u.sources[0].kind." + kind + ".";
+      EXPECT_EQ(errorWith(sourceText("{\"" + kind + "\":{\"" + uid + "\":" + value + ",\"name\":\"n\"}}")).path,
+                path + uid);
+      EXPECT_EQ(errorWith(sourceText("{\"" + kind + "\":{\"" + uid + "\":\"x\",\"name\":" + value + "}}")).path,
+                path + "name");
+    }
+  }
+}
+
 TEST(GraphCodec, oneBadGraphSpoilsTheText) {
   EXPECT_EQ(errorIn(R"({"a":{"deviceUID":"a"},"b":{},"c":{"deviceUID":"c"}})").path, "b.deviceUID");
 }
