@@ -2,7 +2,6 @@
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
-#include <memory>
 #include <stdexcept>
 #include <string>
 #include <variant>
@@ -78,18 +77,25 @@ DeviceGraphs everything() {
 struct Bench {
   const DeviceGraphs graphs = everything();
   const std::string encoded = std::get<std::string>(encodeGraphs(graphs));
-  Folder folder;
+  const Folder folder;
   SystemClock clock;
   StandardErrorLog log;
   GraphStore store{folder, clock, log};
 };
 
-void add(const std::shared_ptr<Bench>& bench, const std::string& what, void (*run)(Bench&)) {
+/// Made when the first of the benchmarks runs.
+Bench& everyones() {
+  static Bench bench;
+  return bench;
+}
+
+void add(const std::string& what, void (*run)(Bench&)) {
   Comparison comparison;
   comparison.what =
       what + " ns, " + std::to_string(devices) + " devices, " + std::to_string(sourcesPerDevice) + " sources each";
-  comparison.operation = [bench, run](std::int64_t times) {
-    for (std::int64_t i = 0; i < times; ++i) run(*bench);
+  comparison.prepare = [] { everyones(); };
+  comparison.operation = [run](std::int64_t times) {
+    for (std::int64_t i = 0; i < times; ++i) run(everyones());
   };
   comparison.times = 1;
   comparison.slices = 40;
@@ -100,10 +106,9 @@ void add(const std::shared_ptr<Bench>& bench, const std::string& what, void (*ru
 }  // namespace
 
 void registerSaving() {
-  const auto bench = std::make_shared<Bench>();
-  add(bench, "save", [](Bench& all) { all.store.save(all.graphs); });
-  add(bench, "encode alone", [](Bench& all) { benchmark::DoNotOptimize(encodeGraphs(all.graphs)); });
-  add(bench, "replace a file of " + std::to_string(bench->encoded.size()) + " bytes alone",
+  add("save", [](Bench& all) { all.store.save(all.graphs); });
+  add("encode alone", [](Bench& all) { benchmark::DoNotOptimize(encodeGraphs(all.graphs)); });
+  add("replace the file alone",
       [](Bench& all) { replaceFile(all.folder.applicationSupport() / "alone.json", all.encoded); });
 }
 
