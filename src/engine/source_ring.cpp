@@ -149,7 +149,7 @@ void SourceRing::mixRead(std::int64_t frames, std::int64_t& cursor, std::span<fl
   std::int64_t available = 0;
   {
     const std::lock_guard guard(lock_);
-    std::int64_t lag = head_ - position;
+    std::int64_t lag = head_ - std::max(position, std::int64_t{0});
     if (position < 0 || lag < 0 || lag > alwaysKept) [[unlikely]] {
       position = placed(position, frames);
       slot = slotOf(position);
