@@ -154,6 +154,7 @@ void SimulatedAudioHardware::clearAnswer(AudioObjectID object, const AudioObject
 }
 
 void SimulatedAudioHardware::advance(std::int64_t frames) {
+  if (threads_) fatalError("time passes by itself");
   cycles_.advance(frames);
 }
 
@@ -165,6 +166,11 @@ std::int64_t SimulatedAudioHardware::now() const {
 SimulatedCycles::Recording SimulatedAudioHardware::takeOutput(AudioObjectID device) {
   const std::lock_guard guard(lock_);
   return cycles_.takeOutput(device);
+}
+
+void SimulatedAudioHardware::startThreads(SimulatedThreads::Model model) {
+  threads_.reset();
+  threads_.emplace(cycles_, cycles_.now(), model);
 }
 
 AudioObjectID SimulatedAudioHardware::installDriver(const std::vector<VirtualDeviceConfig>& devices) {

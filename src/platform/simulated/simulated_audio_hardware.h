@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -15,13 +16,15 @@
 #include "platform/simulated/simulated_cycles.h"
 #include "platform/simulated/simulated_io.h"
 #include "platform/simulated/simulated_objects.h"
+#include "platform/simulated/simulated_threads.h"
 
 namespace brindlemux {
 
 /// An audio server in memory: devices, processes and the driver are a table that a test fills, sound flows when the
 /// test advances virtual time, every call is journaled, and any call can be made to fail.
 ///
-/// Threads: the calls of AudioHardware any, everything else one; callbacks run inside advance().
+/// Threads: everything on one, where callbacks run inside advance(); with startThreads() they run on threads of the
+/// server's own instead, and the calls of AudioHardware may come from several.
 class SimulatedAudioHardware final : public AudioHardware {
  public:
   SimulatedAudioHardware();
@@ -70,13 +73,17 @@ class SimulatedAudioHardware final : public AudioHardware {
 
   // Time, in frames at 48000 Hz.
 
-  /// Runs every I/O cycle that falls due, in order.
+  /// Runs every I/O cycle that falls due, in order. Fatal while threads run.
   void advance(std::int64_t frames);
   std::int64_t now() const;
   /// What has been played into the device since the last call, channel by channel.
   SimulatedCycles::Recording takeOutput(AudioObjectID device);
   /// What runs every callback of the program, to be set before any runs.
   void setCallbackRunner(CallbackRunner runner) { cycles_.setCallbackRunner(std::move(runner)); }
+
+  /// Lets time pass by itself, on other threads, until stopThreads() or the end.
+  void startThreads(SimulatedThreads::Model model);
+  void stopThreads() { threads_.reset(); }
 
   // AudioHardware.
 
@@ -138,6 +145,8 @@ class SimulatedAudioHardware final : public AudioHardware {
   std::vector<std::string> publishedUIDs_;
   double driverSampleRateHz_ = 48000;
   UnitCreation unitCreation_ = UnitCreation::makes;
+  /// Ends before anything that its threads use.
+  std::optional<SimulatedThreads> threads_;
 };
 
 }  // namespace brindlemux
