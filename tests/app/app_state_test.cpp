@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "app/signal_log.h"
 #include "app/simulated_program.h"
 
 namespace brindlemux {
@@ -11,6 +12,7 @@ namespace {
 using namespace std::chrono_literals;
 using test::device;
 using test::output;
+using test::SignalLog;
 using test::SimulatedProgram;
 using test::unreadable;
 using testing::ElementsAre;
@@ -23,30 +25,6 @@ using testing::UnorderedElementsAre;
 const std::string uidA = device("A").uid;
 const std::string uidB = device("B").uid;
 const std::string uidC = device("C").uid;
-
-/// Names every signal of the controller in the order in which they come.
-class SignalLog {
- public:
-  explicit SignalLog(AppState& state) {
-    const auto follow = [&](auto signal, const char* name) {
-      QObject::connect(&state, signal, &receiver_, [this, name] { names.emplace_back(name); });
-    };
-    follow(&AppState::virtualDevicesChanged, "virtualDevices");
-    follow(&AppState::selectedDeviceUIDChanged, "selectedDeviceUID");
-    follow(&AppState::graphsChanged, "graphs");
-    follow(&AppState::processesChanged, "processes");
-    follow(&AppState::audioDevicesChanged, "audioDevices");
-    follow(&AppState::errorMessageChanged, "errorMessage");
-    follow(&AppState::driverInstalledChanged, "driverInstalled");
-    follow(&AppState::metersChanged, "meters");
-    follow(&AppState::engineStateTickChanged, "engineStateTick");
-    follow(&AppState::settingsSheetUIDChanged, "settingsSheetUID");
-  }
-  std::vector<std::string> names;
-
- private:
-  QObject receiver_;
-};
 
 TEST(AppState, startsWithoutDriver) {
   SimulatedProgram program;

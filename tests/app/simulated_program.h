@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
@@ -9,6 +10,8 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <sys/stat.h>
+#include <utility>
 #include <vector>
 
 #include "app/controller/app_state.h"
@@ -30,6 +33,12 @@ class AppStateProbe {
  public:
   static void restartAllEngines(AppState& state) { state.restartAllEngines(); }
   static std::size_t engineCount(const AppState& state) { return state.engines_.size(); }
+  static const DeviceEngine* engine(const AppState& state, const std::string& uid) {
+    const auto found = state.engines_.find(uid);
+    return found != state.engines_.end() ? found->second.get() : nullptr;
+  }
+  static void forgetGraph(AppState& state, const std::string& uid) { state.graphs_.erase(uid); }
+  static void forgetEngine(AppState& state, const std::string& uid) { state.engines_.erase(uid); }
 };
 
 namespace test {
@@ -107,6 +116,21 @@ struct SimulatedProgram {
     if (!DriverConfig(hardware).writeDevices(devices)) throw std::logic_error("the driver refused the list");
   }
 
+  /// The graphs that the file holds.
+  DeviceGraphs savedGraphs() { return graphStore.load(); }
+
+  /// The driver answers writes of its list with this status until it is mended.
+  void refuseWrites() {
+    hardware.journal().failEvery("setPropertyData " + driverLabel(), kAudioHardwareUnspecifiedError);
+  }
+  /// How many times the list was written to the driver since the journal was taken, accepted or not.
+  std::ptrdiff_t driverWrites() {
+    return std::ranges::count_if(hardware.journal().lines(), [](const std::string& line) {
+      return line.starts_with("setPropertyData " + driverLabel());
+    });
+  }
+  static std::string driverLabel() { return "driver bxcf"; }
+
   /// The system announces a change of its device list while nothing changes.
   void announceDevices() { hardware.removeDevice(hardware.addDevice(output("passing", "Passing"))); }
 
@@ -118,6 +142,13 @@ struct SimulatedProgram {
     return (std::ostringstream() << std::ifstream(graphStore.fileURL(), std::ios::binary).rdbuf()).str();
   }
 };
+
+/// What tells a file from one that has taken its place: its number, and when it was made.
+inline std::pair<ino_t, std::filesystem::file_time_type> identityOf(const std::filesystem::path& file) {
+  struct stat status {};
+  if (stat(file.c_str(), &status) != 0) return {};
+  return {status.st_ino, std::filesystem::last_write_time(file)};
+}
 
 inline VirtualDeviceConfig device(const std::string& name, std::int64_t channels = 2) {
   return {.uid = "BrindlemuxAudio_UID_" + name, .name = name, .channels = channels};
