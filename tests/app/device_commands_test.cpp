@@ -56,7 +56,7 @@ struct Started : SimulatedProgram {
     hardware.installDriver(devices);
     start();
     hardware.journal().take();
-    log.emplace(*state);
+    signals.emplace(*state);
   }
 
   /// Wires a source's first channel to every output and every output to a monitor's first channel, with a gain for
@@ -72,10 +72,10 @@ struct Started : SimulatedProgram {
       }
     });
     hardware.journal().take();
-    log->take();
+    signals->take();
   }
 
-  std::optional<SignalLog> log;
+  std::optional<SignalLog> signals;
 };
 
 // Creating.
@@ -147,8 +147,9 @@ TEST(CreateVirtualDevice, savesBeforeItReadsTheListBack) {
   program.state->createVirtualDevice();
   EXPECT_THAT(fileAt, ElementsAre("unsaved", "saved"));
   // The first device is selected by the reading back, the created one at the end: here they are the same.
-  EXPECT_THAT(program.log->take(), ElementsAre("graphs", "driverInstalled", "virtualDevices", "selectedDeviceUID",
-                                               "processes", "audioDevices", "engineStateTick", "selectedDeviceUID"));
+  EXPECT_THAT(program.signals->take(),
+              ElementsAre("graphs", "driverInstalled", "virtualDevices", "selectedDeviceUID", "processes",
+                          "audioDevices", "engineStateTick", "selectedDeviceUID"));
 }
 
 TEST(CreateVirtualDevice, savesTheDefaultGraphsOfOtherDevicesToo) {
@@ -166,7 +167,7 @@ TEST(CreateVirtualDevice, refusedWriteChangesNothing) {
   program.state->createVirtualDevice();
   EXPECT_EQ(program.state->errorMessage(), "Failed to create virtual device");
   EXPECT_EQ(Everything(program), before);
-  EXPECT_THAT(program.log->take(), ElementsAre("errorMessage"));
+  EXPECT_THAT(program.signals->take(), ElementsAre("errorMessage"));
 }
 
 TEST(CreateVirtualDevice, refusalIsShownAgainEachTime) {
@@ -202,7 +203,7 @@ TEST(DeleteVirtualDevice, removesDeviceEngineAndGraph) {
 TEST(DeleteVirtualDevice, happensInOrder) {
   Started program({device("A"), device("B")});
   program.state->updateGraph(uidA, AppState::Persist::yes, [](DeviceGraph&) {});
-  program.log->take();
+  program.signals->take();
   std::vector<std::string> seen;
   QObject receiver;
   const auto note = [&](const std::string& what) {
@@ -213,8 +214,8 @@ TEST(DeleteVirtualDevice, happensInOrder) {
   QObject::connect(program.state.get(), &AppState::driverInstalledChanged, &receiver, [&] { note("reload"); });
   program.state->deleteVirtualDevice(text(uidA));
   EXPECT_THAT(seen, ElementsAre("graphs, no engine, in file", "reload, no engine, not in file"));
-  EXPECT_THAT(program.log->take(), ElementsAre("graphs", "driverInstalled", "virtualDevices", "selectedDeviceUID",
-                                               "processes", "audioDevices", "engineStateTick"));
+  EXPECT_THAT(program.signals->take(), ElementsAre("graphs", "driverInstalled", "virtualDevices", "selectedDeviceUID",
+                                                   "processes", "audioDevices", "engineStateTick"));
 }
 
 TEST(DeleteVirtualDevice, selectionMovesToFirstRemainingDevice) {
@@ -258,7 +259,7 @@ TEST(DeleteVirtualDevice, refusedWriteChangesNothing) {
   program.state->deleteVirtualDevice(text(uidA));
   EXPECT_EQ(program.state->errorMessage(), "Failed to delete virtual device");
   EXPECT_EQ(Everything(program), before);
-  EXPECT_THAT(program.log->take(), ElementsAre("errorMessage"));
+  EXPECT_THAT(program.signals->take(), ElementsAre("errorMessage"));
 }
 
 // Renaming.
@@ -276,7 +277,7 @@ TEST(RenameVirtualDevice, touchesTheNameAlone) {
   EXPECT_EQ(after.resources, before.resources);
   EXPECT_EQ(after.selected, before.selected);
   EXPECT_EQ(program.driverWrites(), 1);
-  EXPECT_THAT(program.log->take(),
+  EXPECT_THAT(program.signals->take(),
               ElementsAre("driverInstalled", "virtualDevices", "processes", "audioDevices", "engineStateTick"));
 }
 
@@ -295,7 +296,7 @@ TEST(RenameVirtualDevice, emptyNameIsIgnored) {
   }
   EXPECT_EQ(Everything(program), before);
   EXPECT_EQ(program.driverWrites(), 0);
-  EXPECT_THAT(program.log->take(), IsEmpty());
+  EXPECT_THAT(program.signals->take(), IsEmpty());
 }
 
 TEST(RenameVirtualDevice, sameNameAndUnknownDeviceAreIgnored) {
@@ -303,7 +304,7 @@ TEST(RenameVirtualDevice, sameNameAndUnknownDeviceAreIgnored) {
   program.state->renameVirtualDevice(text(uidA), QStringLiteral(" A\n"));
   program.state->renameVirtualDevice(text(uidB), QStringLiteral("Stream"));
   EXPECT_EQ(program.driverWrites(), 0);
-  EXPECT_THAT(program.log->take(), IsEmpty());
+  EXPECT_THAT(program.signals->take(), IsEmpty());
 }
 
 TEST(RenameVirtualDevice, nameOfAnotherDeviceIsAllowed) {
@@ -319,7 +320,7 @@ TEST(RenameVirtualDevice, refusedWriteChangesNothing) {
   program.state->renameVirtualDevice(text(uidA), QStringLiteral("Stream"));
   EXPECT_EQ(program.state->errorMessage(), "Failed to rename device");
   EXPECT_EQ(Everything(program), before);
-  EXPECT_THAT(program.log->take(), ElementsAre("errorMessage"));
+  EXPECT_THAT(program.signals->take(), ElementsAre("errorMessage"));
 }
 
 // Channel counts.
@@ -347,7 +348,7 @@ TEST(SetChannels, sameCountAndUnknownDeviceAreIgnored) {
   program.state->setChannels(QStringLiteral("unknown"), 4);
   EXPECT_EQ(program.driverWrites(), 0);
   EXPECT_EQ(Everything(program), before);
-  EXPECT_THAT(program.log->take(), IsEmpty());
+  EXPECT_THAT(program.signals->take(), IsEmpty());
   program.advance(1999ms);
   EXPECT_EQ(program.state->engineStateTick(), before.tick);
 }
@@ -397,8 +398,8 @@ TEST(SetChannels, engineIsStoppedBeforeTheGraphChangesAndMadeAnewAfterTheSave) {
   QObject::connect(program.state.get(), &AppState::engineStateTickChanged, &receiver, [&] { note("tick"); });
   program.state->setChannels(text(uidA), 6);
   EXPECT_THAT(seen, ElementsAre("graphs, no engine, unsaved", "reload, no engine, saved", "tick, engine, saved"));
-  EXPECT_THAT(program.log->take(), ElementsAre("graphs", "driverInstalled", "virtualDevices", "processes",
-                                               "audioDevices", "engineStateTick"));
+  EXPECT_THAT(program.signals->take(), ElementsAre("graphs", "driverInstalled", "virtualDevices", "processes",
+                                                   "audioDevices", "engineStateTick"));
 }
 
 TEST(SetChannels, deviceWithoutGraphGetsTheDefaultOne) {
@@ -447,9 +448,9 @@ TEST(SetChannels, noRefreshAfterShutdownOrDestruction) {
   program.state->setChannels(text(uidA), 6);
   program.state->shutdown();
   EXPECT_EQ(program.scheduler.scheduledCount(), 0U);
-  program.log->take();
+  program.signals->take();
   program.advance(10s);
-  EXPECT_THAT(program.log->take(), IsEmpty());
+  EXPECT_THAT(program.signals->take(), IsEmpty());
 
   Started other({device("A", 4)});
   other.state->setChannels(text(uidA), 6);
@@ -466,7 +467,7 @@ TEST(SetChannels, refusedWriteChangesNothing) {
   program.state->setChannels(text(uidA), 4);
   EXPECT_EQ(program.state->errorMessage(), "Failed to change channel count");
   EXPECT_EQ(Everything(program), before);
-  EXPECT_THAT(program.log->take(), ElementsAre("errorMessage"));
+  EXPECT_THAT(program.signals->take(), ElementsAre("errorMessage"));
   program.advance(1999ms);
   EXPECT_EQ(program.state->engineStateTick(), before.tick);
 }

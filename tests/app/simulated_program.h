@@ -10,8 +10,6 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
-#include <sys/stat.h>
-#include <utility>
 #include <vector>
 
 #include "app/controller/app_state.h"
@@ -117,7 +115,10 @@ struct SimulatedProgram {
   }
 
   /// The graphs that the file holds.
-  DeviceGraphs savedGraphs() { return graphStore.load(); }
+  DeviceGraphs savedGraphs() {
+    waitUntilSaved();
+    return graphStore.load();
+  }
 
   /// The driver answers writes of its list with this status until it is mended.
   void refuseWrites() {
@@ -134,21 +135,18 @@ struct SimulatedProgram {
   /// The system announces a change of its device list while nothing changes.
   void announceDevices() { hardware.removeDevice(hardware.addDevice(output("passing", "Passing"))); }
 
+  void waitUntilSaved() const {
+    if (state) state->waitUntilSaved();
+  }
   void writeGraphsFile(std::string_view text) {
     std::filesystem::create_directories(graphStore.fileURL().parent_path());
     std::ofstream(graphStore.fileURL(), std::ios::binary) << text;
   }
   std::string graphsFile() const {
+    waitUntilSaved();
     return (std::ostringstream() << std::ifstream(graphStore.fileURL(), std::ios::binary).rdbuf()).str();
   }
 };
-
-/// What tells a file from one that has taken its place: its number, and when it was made.
-inline std::pair<ino_t, std::filesystem::file_time_type> identityOf(const std::filesystem::path& file) {
-  struct stat status {};
-  if (stat(file.c_str(), &status) != 0) return {};
-  return {status.st_ino, std::filesystem::last_write_time(file)};
-}
 
 inline VirtualDeviceConfig device(const std::string& name, std::int64_t channels = 2) {
   return {.uid = "BrindlemuxAudio_UID_" + name, .name = name, .channels = channels};

@@ -1,9 +1,12 @@
+#include <atomic>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "app/controller/app_state.h"
+#include "app/replacement_count.h"
 #include "app/signal_log.h"
 #include "app/simulated_program.h"
 #include "support/graph_equality.h"
@@ -17,7 +20,9 @@ using test::output;
 using test::SignalLog;
 using test::SimulatedProgram;
 using testing::Contains;
+using testing::Each;
 using testing::ElementsAre;
+using testing::Ge;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Key;
@@ -62,7 +67,7 @@ struct RoutedProgram : SimulatedProgram {
     });
     running = hardware.liveResources();
     hardware.journal().take();
-    log.emplace(*state);
+    signals.emplace(*state);
   }
 
   /// Edits the device's graph; the calls that reached the server meanwhile.
@@ -79,7 +84,7 @@ struct RoutedProgram : SimulatedProgram {
   }
 
   std::vector<std::string> running;
-  std::optional<SignalLog> log;
+  std::optional<SignalLog> signals;
 };
 
 const auto nothing = [](DeviceGraph&) {};
@@ -94,7 +99,7 @@ TEST(UpdateGraph, changesPublishesSavesAndCounts) {
   EXPECT_EQ(program.savedGraphs(), program.state->graphs());
   EXPECT_EQ(program.engineGraphA(), program.graphA());
   EXPECT_EQ(program.state->engineStateTick(), tick + 1);
-  EXPECT_THAT(program.log->take(), ElementsAre("graphs", "engineStateTick"));
+  EXPECT_THAT(program.signals->take(), ElementsAre("graphs", "engineStateTick"));
 }
 
 TEST(UpdateGraph, mutationSeesTheDevicesGraph) {
@@ -287,7 +292,7 @@ TEST(UpdateGraph, reconcilesWithTheListsThatItHas) {
   program.hardware.journal().keepReads({kAudioHardwarePropertyProcessObjectList, kAudioHardwarePropertyDevices});
   const std::vector<std::string> calls = program.edit([](DeviceGraph& graph) { graph.masterGain = 0.5F; });
   EXPECT_THAT(calls, Not(Contains(HasSubstr("#prs"))));
-  EXPECT_THAT(program.log->take(), ElementsAre("graphs", "engineStateTick"));
+  EXPECT_THAT(program.signals->take(), ElementsAre("graphs", "engineStateTick"));
 }
 
 // Devices that are not there.
@@ -321,13 +326,13 @@ TEST(UpdateGraph, deviceThatTheDriverDoesNotListTouchesNoEngine) {
   RoutedProgram program;
   program.publish({device("B")});
   program.state->reload();
-  program.log->take();
+  program.signals->take();
   const auto tick = program.state->engineStateTick();
   const auto calls = program.edit([](DeviceGraph& graph) { graph.enabled = false; });
   EXPECT_THAT(calls, IsEmpty());
   EXPECT_FALSE(program.savedGraphs().at(uidA).enabled);
   EXPECT_EQ(program.state->engineStateTick(), tick + 1);
-  EXPECT_THAT(program.log->take(), ElementsAre("graphs", "engineStateTick"));
+  EXPECT_THAT(program.signals->take(), ElementsAre("graphs", "engineStateTick"));
 }
 
 TEST(UpdateGraph, engineThatRunsOnWithoutDriverStopsForAStructuralEditAndIsNotReconciled) {
@@ -408,20 +413,57 @@ TEST(UpdateGraph, identifierMayBePartOfTheListThatGoes) {
 
 TEST(UpdateGraph, thousandStepsOfAGainSaveAThousandTimesAndRestartNothing) {
   RoutedProgram program;
-  // Every save replaces the file by another one.
-  int saves = 0;
-  auto before = test::identityOf(program.graphStore.fileURL());
+  program.waitUntilSaved();
+  const test::ReplacementCount count(program.graphStore.fileURL());
   for (int step = 1; step <= 1000; ++step) {
     program.state->updateGraph(
         uidA, Persist::yes, [step](DeviceGraph& graph) { graph.sources[0].gain = static_cast<float>(step) / 1000.0F; });
-    const auto after = test::identityOf(program.graphStore.fileURL());
-    saves += after != before ? 1 : 0;
-    before = after;
   }
-  EXPECT_EQ(saves, 1000);
   EXPECT_EQ(program.savedGraphs().at(uidA).sources[0].gain, 1.0F);
+  EXPECT_EQ(count.untilNow(), 1000);
   EXPECT_THAT(program.hardware.journal().take(), IsEmpty());
   EXPECT_EQ(program.hardware.liveResources(), program.running);
+}
+
+TEST(UpdateGraph, shutdownWaitsForTheLastSave) {
+  RoutedProgram program;
+  for (int step = 1; step <= 100; ++step) {
+    program.edit([step](DeviceGraph& graph) { graph.masterGain = static_cast<float>(step); });
+  }
+  program.state->shutdown();
+  EXPECT_EQ(program.graphStore.load().at(uidA).masterGain, 100.0F);
+}
+
+TEST(UpdateGraph, destructionWaitsForTheLastSaveToo) {
+  RoutedProgram program;
+  for (int step = 1; step <= 100; ++step) {
+    program.edit([step](DeviceGraph& graph) { graph.masterGain = static_cast<float>(step); });
+  }
+  program.signals.reset();
+  program.state.reset();
+  EXPECT_EQ(program.graphStore.load().at(uidA).masterGain, 100.0F);
+}
+
+TEST(UpdateGraph, fileIsWholeAtEveryMoment) {
+  RoutedProgram program;
+  program.waitUntilSaved();
+  std::atomic<bool> ended = false;
+  std::vector<float> seen;
+  std::thread reader([&] {
+    while (!ended) {
+      const DeviceGraphs graphs = GraphStore(program.locations, program.clock, program.log).load();
+      seen.push_back(graphs.contains(uidA) ? graphs.at(uidA).masterGain : -1.0F);
+    }
+  });
+  for (int step = 2; step <= 300; ++step) {
+    program.edit([step](DeviceGraph& graph) { graph.masterGain = static_cast<float>(step); });
+  }
+  program.waitUntilSaved();
+  ended = true;
+  reader.join();
+  // One of the maps that were saved, never an older one after a newer one.
+  EXPECT_THAT(seen, Each(Ge(1.0F)));
+  EXPECT_TRUE(std::ranges::is_sorted(seen));
 }
 
 }  // namespace
