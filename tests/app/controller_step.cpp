@@ -14,8 +14,8 @@ namespace {
 constexpr std::uint32_t oddsOfAnEdit = 3;  // in 6
 
 constexpr std::array<const char*, static_cast<std::size_t>(ControllerStep::Kind::count)> kindNames = {
-    "create",       "remove",    "rename",       "setChannels", "edit", "reload", "dismissError", "wait",
-    "refuseWrites", "failSaves", "failCaptures", "takeDriver",  "plug", "play",   "mendAll"};
+    "create",       "remove",    "rename",       "setChannels", "edit",        "reload", "dismissError", "wait",
+    "refuseWrites", "failSaves", "failCaptures", "takeDriver",  "otherWriter", "plug",   "play",         "mendAll"};
 
 constexpr std::int64_t mostChannels = 18;  // beyond what a device can have
 

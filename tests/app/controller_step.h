@@ -25,6 +25,7 @@ struct ControllerStep {
     failSaves,
     failCaptures,
     takeDriver,
+    otherWriter,
     plug,
     play,
     mendAll,

@@ -27,28 +27,18 @@ constexpr std::array<std::pair<const char*, const char*>, 5> names = {{{"Stream"
 
 }  // namespace
 
-/// A data folder, in memory where that can be had, into which writing fails when a test wants it to. The flag is read
-/// on the thread that saves.
+/// A data folder into which writing fails when a test wants it to. The flag is read on the thread that saves.
 class ControllerWorld::Files final : public FileLocations {
  public:
-  Files() {
-    std::error_code error;
-    const bool hasMemory = std::filesystem::is_directory("/dev/shm", error);
-    std::string name = hasMemory ? "/dev/shm/brindlemux-world-XXXXXX" : "/tmp/brindlemux-world-XXXXXX";
-    if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary folder");
-    folder_ = name;
-    std::ofstream(folder_ / "file") << "no folder";
+  Files() { std::ofstream(folder_.applicationSupport() / "file") << "no folder"; }
+  std::filesystem::path applicationSupport() const override {
+    return fails ? folder_.applicationSupport() / "file" : folder_.applicationSupport();
   }
-  ~Files() override {
-    std::error_code ignored;
-    std::filesystem::remove_all(folder_, ignored);
-  }
-  std::filesystem::path applicationSupport() const override { return fails ? folder_ / "file" : folder_; }
 
   std::atomic<bool> fails = false;
 
  private:
-  std::filesystem::path folder_;
+  TemporaryLocations folder_;
 };
 
 class ControllerWorld::CountingLog final : public SystemLog {
@@ -88,7 +78,10 @@ ControllerWorld::ControllerWorld()
   checkState();
 }
 
-ControllerWorld::~ControllerWorld() = default;
+ControllerWorld::~ControllerWorld() {
+  // Before what it borrows.
+  program_.state.reset();
+}
 
 void ControllerWorld::play(const ControllerStep& step) {
   const auto [first, second, third] = step.choices;
@@ -132,6 +125,9 @@ void ControllerWorld::play(const ControllerStep& step) {
       break;
     case Kind::takeDriver:
       setDriverThere(first % 3 != 0);
+      break;
+    case Kind::otherWriter:
+      writeFromElsewhere(first, step.number);
       break;
     case Kind::plug:
       setPlugged(second, first % 2 == 0);
@@ -279,6 +275,26 @@ void ControllerWorld::setDriverThere(bool there) {
     program_.hardware.uninstallDriver();
   }
   program_.advance(2s);
+  followDriver();
+}
+
+/// Another program gives the driver a list: with a device more, one less, one that has changed, or in another order.
+void ControllerWorld::writeFromElsewhere(std::uint32_t choice, std::uint32_t number) {
+  if (!isDriverThere_) return;
+  // Never to an empty list: installing the driver with that would be a driver that has no list yet.
+  if (choice % 4 == 0 || driverList_.size() < 2) {
+    driverList_.insert(driverList_.begin(), device("Elsewhere" + std::to_string(number), 4));
+  } else if (choice % 4 == 1) {
+    driverList_.erase(driverList_.begin() + choice / 4 % static_cast<std::ptrdiff_t>(driverList_.size()));
+  } else if (choice % 4 == 2) {
+    VirtualDeviceConfig& changed = driverList_[choice / 4 % driverList_.size()];
+    changed.channels = changed.channels == 2 ? 6 : 2;
+    changed.name += "!";
+  } else {
+    std::ranges::reverse(driverList_);
+  }
+  program_.hardware.installDriver(driverList_);
+  program_.state->reload();
   followDriver();
 }
 

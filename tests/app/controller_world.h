@@ -55,6 +55,7 @@ class ControllerWorld {
   void setWritesRefused(bool refused);
   void setCapturesFailing(bool failing);
   void setDriverThere(bool there);
+  void writeFromElsewhere(std::uint32_t choice, std::uint32_t number);
   void setPlugged(std::uint32_t choice, bool plugged);
   void setPlaying(std::uint32_t choice, bool playing);
   void applyFaults();
