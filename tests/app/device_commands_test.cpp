@@ -412,7 +412,6 @@ TEST(SetChannels, refreshesOnceMoreAfterThreeTenthsOfASecond) {
   Started program({device("A", 4)});
   program.advance(500ms);
   program.state->setChannels(text(uidA), 6);
-  // The device list's own announcement is put off, so that the refresh below is the command's.
   const auto tick = program.state->engineStateTick();
   program.advance(299ms);
   EXPECT_EQ(program.state->engineStateTick(), tick);

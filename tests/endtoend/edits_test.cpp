@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <memory>
@@ -7,47 +6,17 @@
 #include <vector>
 
 #include "app/controller/app_state.h"
-#include "app/controller/qt_scheduler.h"
 #include "app/event_loop.h"
+#include "endtoend/controller_session.h"
 #include "endtoend/levels.h"
 #include "endtoend/numbered_samples.h"
 #include "endtoend/recorder.h"
 #include "endtoend/routing_session.h"
-#include "model/clock.h"
-#include "model/file_locations.h"
-#include "model/graph_store.h"
-#include "model/system_log.h"
-#include "model/uuid.h"
-#include "platform/discovery.h"
-#include "platform/pipewire/pipewire_audio_hardware.h"
 
 namespace brindlemux::test {
 namespace {
 
 constexpr int channels = 6;
-
-/// The program without its window, as a client of the session's server.
-struct Controller {
-  explicit Controller(const RoutingSession& session) : locations(session.file("programdata")) {}
-
-  struct Locations final : FileLocations {
-    explicit Locations(std::filesystem::path folder) : path(std::move(folder)) {}
-    std::filesystem::path applicationSupport() const override { return path; }
-    std::filesystem::path path;
-  };
-
-  Locations locations;
-  StandardErrorLog log;
-  SystemClock clock;
-  RandomUUIDSource uuids;
-  GraphStore graphStore{locations, clock, log};
-  QtScheduler scheduler;
-  PipeWireAudioHardware hardware;
-  Discovery discovery{hardware, hardware.runningApplications()};
-  AppState state{{.engine = {.hardware = hardware, .discovery = discovery, .clock = clock, .uuids = uuids},
-                  .graphStore = graphStore,
-                  .scheduler = scheduler}};
-};
 
 /// A player under a name of its own, so that it is an application of its own.
 class Player {
@@ -71,7 +40,6 @@ SourceNodeConfig source(const UUID& id, SourceKindConfig kind) { return {.id = i
 
 TEST(Edits, aThousandOnOneSourceAreNotHeardInAnyOther) {
   RoutingSession session(channels, "{}", RoutingSession::Program::absent);
-  for (const auto& [name, value] : session.server().environment()) setenv(name.c_str(), value.c_str(), 1);
   const std::string uid = RoutingSession::deviceUID;
 
   const Player edited(session, "edited-player", 1);
@@ -80,7 +48,7 @@ TEST(Edits, aThousandOnOneSourceAreNotHeardInAnyOther) {
   const auto micRight = numberedSamples(80 * second, 7000000);
   const auto microphone = session.playIntoMicrophone(session.writeStereo("mic.wav", micLeft, micRight));
 
-  Controller program(session);
+  ControllerSession program(session);
   AppState& state = program.state;
   const UUID editedID = program.uuids.next();
   const UUID steadyID = program.uuids.next();
