@@ -15,8 +15,7 @@ std::optional<std::string> optionalOf(const QString& text) {
 }  // namespace
 
 AppState::AppState(const AppServices& services, QObject* parent)
-    : QObject(parent), services_(services), driver_(services.engine.hardware) {
-  graphs_ = services_.graphStore.load();
+    : QObject(parent), services_(services), driver_(services.engine.hardware), graphs_(services.graphStore) {
   reload();
   refreshTimer_ = services_.scheduler.every(refreshInterval, [this] { refreshEnvironment(); });
   meterTimer_ = services_.scheduler.every(meterInterval, [this] { refreshMeters(); });
@@ -37,6 +36,11 @@ std::set<std::string> AppState::virtualDeviceUIDs() const {
   return uids;
 }
 
+const VirtualDeviceConfig* AppState::findDevice(const std::string& uid) const {
+  const auto found = std::ranges::find(virtualDevices_, uid, &VirtualDeviceConfig::uid);
+  return found != virtualDevices_.end() ? &*found : nullptr;
+}
+
 void AppState::reload() {
   setDriverInstalled(driver_.pluginObjectID().has_value());
   if (!driverInstalled_) {
@@ -50,7 +54,7 @@ void AppState::reload() {
   // Observers of a published field may call back and replace the list that is walked, here and below: walk a copy.
   const std::vector<VirtualDeviceConfig> devices = virtualDevices_;
   for (const VirtualDeviceConfig& device : devices) {
-    if (graphs_.try_emplace(device.uid, DeviceGraph(device.uid)).second) Q_EMIT graphsChanged();
+    if (!graphs_.contains(device.uid)) setGraph(device.uid, DeviceGraph(device.uid));
   }
   refreshEnvironment();
 }
@@ -76,10 +80,9 @@ void AppState::reconcileEngines() {
   for (const VirtualDeviceConfig& device : devices) {
     // An observer of the error line may end the program.
     if (isShutDown_) return;
-    const auto known = graphs_.find(device.uid);
-    const DeviceGraph graph = known != graphs_.end() ? known->second : DeviceGraph(device.uid);
-    DeviceEngine& engine = engineFor(device.uid, graph);
-    engine.setGraph(graph);
+    const DeviceGraph wanted = graph(device.uid);
+    DeviceEngine& engine = engineFor(device.uid, wanted);
+    engine.setGraph(wanted);
     engine.reconcile(device.channels, processes_, audioDevices_);
     // Taken from the engine before it is published, since an observer may remove the engine.
     if (const auto error = std::exchange(engine.lastError, std::nullopt)) {
@@ -97,6 +100,13 @@ void AppState::discardEnginesExcept(const std::set<std::string>& uids) {
     entry.second->stopAll();
     return true;
   });
+}
+
+void AppState::discardEngine(const std::string& uid) {
+  const auto found = engines_.find(uid);
+  if (found == engines_.end()) return;
+  found->second->stopAll();
+  engines_.erase(found);
 }
 
 DeviceEngine& AppState::engineFor(const std::string& uid, const DeviceGraph& graph) {
@@ -134,8 +144,11 @@ void AppState::shutdown() {
   if (refreshDebounce_) refreshDebounce_->cancel();
   if (refreshTimer_) refreshTimer_->cancel();
   if (meterTimer_) meterTimer_->cancel();
+  delayedRefreshes_.clear();
   for (const auto& [uid, engine] : engines_) engine->stopAll();
   engines_.clear();
+  // Last, since a slow disk shall not keep the sound running.
+  graphs_.waitUntilSaved();
 }
 
 void AppState::dismissError() {
@@ -152,6 +165,11 @@ void AppState::setVirtualDevices(std::vector<VirtualDeviceConfig> devices) {
 void AppState::setSelectedDeviceUID(std::optional<std::string> uid) {
   selectedDeviceUID_ = std::move(uid);
   Q_EMIT selectedDeviceUIDChanged();
+}
+
+void AppState::setGraph(const std::string& uid, DeviceGraph graph) {
+  graphs_.set(uid, std::move(graph));
+  Q_EMIT graphsChanged();
 }
 
 void AppState::setProcesses(std::vector<AudioProcessInfo> processes) {
