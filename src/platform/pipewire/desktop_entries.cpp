@@ -1,6 +1,7 @@
 #include "platform/pipewire/desktop_entries.h"
 
-#include <filesystem>
+#include <algorithm>
+#include <array>
 #include <glib.h>
 #include <memory>
 #include <set>
@@ -16,16 +17,33 @@ struct FreeText {
 };
 using Text = std::unique_ptr<char, FreeText>;
 
-/// The name of the binary that a command line starts, or an empty text.
-std::string binaryOf(const char* commandLine) {
+/// The program that a command line starts, or an empty path.
+std::filesystem::path programOf(const char* commandLine) {
   int count = 0;
   char** arguments = nullptr;
   if (g_shell_parse_argv(commandLine, &count, &arguments, nullptr) == FALSE) return {};
-  std::string name = std::filesystem::path(arguments[0]).filename().string();
-  // Commands that only start another one would stand for every application that is started so.
-  if (name == "env" || name == "sh" || name == "bash" || name == "flatpak" || name == "snap") name.clear();
+  std::filesystem::path program = arguments[0];
   g_strfreev(arguments);
-  return name;
+  return program;
+}
+
+/// Commands that only start another one would stand for every application that is started so.
+bool isLauncher(const std::string& binary) {
+  constexpr std::array<std::string_view, 12> launchers = {"env",  "sh",   "bash", "flatpak", "snap", "java",
+                                                          "wine", "perl", "ruby", "node",    "gjs",  "electron"};
+  return binary.starts_with("python") || std::ranges::find(launchers, binary) != launchers.end();
+}
+
+/// Where a program really lies, when that is a folder of one application's own: not one of those in which the system
+/// keeps programs, nor directly in one that holds other applications' folders.
+std::filesystem::path ownFolder(const std::filesystem::path& program) {
+  const Text found(g_find_program_in_path(program.c_str()));
+  if (!found) return {};
+  std::error_code error;
+  auto folder = std::filesystem::canonical(found.get(), error).parent_path();
+  constexpr std::array<std::string_view, 7> shared = {"bin", "sbin", "games", "lib", "lib64", "libexec", "opt"};
+  if (error || std::ranges::find(shared, folder.filename().string()) != shared.end()) folder.clear();
+  return folder;
 }
 
 }  // namespace
@@ -42,27 +60,46 @@ DesktopEntries::DesktopEntries(const std::vector<std::filesystem::path>& folders
   std::set<std::string> seen;
   for (const auto& folder : folders) {
     std::error_code error;
-    for (const auto& item : std::filesystem::directory_iterator(folder, error)) {
-      if (item.path().extension() != ".desktop" || !seen.insert(item.path().filename().string()).second) continue;
-      const std::unique_ptr<GKeyFile, FreeKeyFile> file(g_key_file_new());
-      if (g_key_file_load_from_file(file.get(), item.path().c_str(), G_KEY_FILE_NONE, nullptr) == FALSE) continue;
-      if (g_key_file_get_boolean(file.get(), G_KEY_FILE_DESKTOP_GROUP, G_KEY_FILE_DESKTOP_KEY_NO_DISPLAY, nullptr)) {
-        continue;
-      }
-      const Text command(
-          g_key_file_get_string(file.get(), G_KEY_FILE_DESKTOP_GROUP, G_KEY_FILE_DESKTOP_KEY_EXEC, nullptr));
-      const Text name(g_key_file_get_locale_string(file.get(), G_KEY_FILE_DESKTOP_GROUP, G_KEY_FILE_DESKTOP_KEY_NAME,
-                                                   nullptr, nullptr));
-      if (!command || !name) continue;
-      const std::string binary = binaryOf(command.get());
-      if (!binary.empty()) byBinary_.try_emplace(binary, DesktopEntry{item.path().stem().string(), name.get()});
+    std::vector<std::filesystem::path> files;
+    // The increment that reports its error instead of throwing it.
+    for (std::filesystem::directory_iterator item(folder, error);
+         !error && item != std::filesystem::directory_iterator(); item.increment(error)) {
+      files.push_back(item->path());
+    }
+    // The file system's order is nobody's: of two entries that start one binary the same one wins each time.
+    std::ranges::sort(files);
+    for (const auto& file : files) {
+      if (file.extension() == ".desktop" && seen.insert(file.filename().string()).second) addFile(file);
     }
   }
+}
+
+void DesktopEntries::addFile(const std::filesystem::path& file) {
+  const std::unique_ptr<GKeyFile, FreeKeyFile> keys(g_key_file_new());
+  if (g_key_file_load_from_file(keys.get(), file.c_str(), G_KEY_FILE_NONE, nullptr) == FALSE) return;
+  constexpr const char* group = G_KEY_FILE_DESKTOP_GROUP;
+  if (g_key_file_get_boolean(keys.get(), group, G_KEY_FILE_DESKTOP_KEY_NO_DISPLAY, nullptr)) return;
+  const Text command(g_key_file_get_string(keys.get(), group, G_KEY_FILE_DESKTOP_KEY_EXEC, nullptr));
+  const Text name(g_key_file_get_locale_string(keys.get(), group, G_KEY_FILE_DESKTOP_KEY_NAME, nullptr, nullptr));
+  if (!command || !name) return;
+  const std::filesystem::path program = programOf(command.get());
+  const std::string binary = program.filename().string();
+  if (binary.empty() || isLauncher(binary)) return;
+  const DesktopEntry entry{file.stem().string(), name.get()};
+  byBinary_.try_emplace(binary, entry);
+  if (const auto own = ownFolder(program); !own.empty()) byFolder_.try_emplace(own, entry);
 }
 
 std::optional<DesktopEntry> DesktopEntries::forBinary(std::string_view binary) const {
   const auto found = byBinary_.find(binary);
   if (found == byBinary_.end()) return std::nullopt;
+  return found->second;
+}
+
+std::optional<DesktopEntry> DesktopEntries::forExecutable(const std::filesystem::path& executable) const {
+  if (auto entry = forBinary(executable.filename().string())) return entry;
+  const auto found = byFolder_.find(executable.parent_path());
+  if (found == byFolder_.end()) return std::nullopt;
   return found->second;
 }
 

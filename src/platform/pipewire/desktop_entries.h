@@ -29,8 +29,15 @@ class DesktopEntries {
   /// The entry whose command starts a binary of this name, or nothing.
   std::optional<DesktopEntry> forBinary(std::string_view binary) const;
 
+  /// The entry whose command starts this executable: it has the executable's name, or it is a link or a script beside
+  /// the executable in a folder of the application's own.
+  std::optional<DesktopEntry> forExecutable(const std::filesystem::path& executable) const;
+
  private:
+  void addFile(const std::filesystem::path& file);
+
   std::map<std::string, DesktopEntry, std::less<>> byBinary_;
+  std::map<std::filesystem::path, DesktopEntry> byFolder_;
 };
 
 }  // namespace brindlemux

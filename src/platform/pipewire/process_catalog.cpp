@@ -3,39 +3,13 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 
 namespace brindlemux {
 namespace {
 
 constexpr const char* portalApplicationKey = "pipewire.access.portal.app_id";
 
-bool isPlaybackStream(const ServerNode& node) { return node.mediaClass() == "Stream/Output/Audio"; }
-bool isAudioStream(const ServerNode& node) {
-  return isPlaybackStream(node) || node.mediaClass() == "Stream/Input/Audio";
-}
-
-/// When the process started, in the kernel's ticks: tells a process from an earlier one with its number. Empty where
-/// the process cannot be seen.
-std::string startTime(std::int32_t pid) {
-  std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
-  std::string line;
-  std::getline(file, line);
-  // The command's name stands in parentheses and may hold anything; the start time is the 20th field behind it.
-  const std::size_t nameEnd = line.rfind(')');
-  if (nameEnd == std::string::npos) return {};
-  std::istringstream fields(line.substr(nameEnd + 1));
-  std::string field;
-  for (int i = 0; i < 20; ++i) fields >> field;
-  return field;
-}
-
-std::string executableName(std::int32_t pid) {
-  std::error_code error;
-  const auto path = std::filesystem::read_symlink("/proc/" + std::to_string(pid) + "/exe", error);
-  return error ? std::string{} : path.filename().string();
-}
+bool isRecordingStream(const ServerNode& node) { return node.mediaClass() == "Stream/Input/Audio"; }
 
 /// Names that toolkits and plug-ins give to whatever uses them.
 bool isGenericName(std::string_view name) {
@@ -112,10 +86,31 @@ std::optional<std::int32_t> ProcessCatalog::processOf(const ServerNode& node) {
   return static_cast<std::int32_t>(*stated);
 }
 
+bool ProcessCatalog::isPlaybackNode(const ServerNode& node) const {
+  if (node.isPlaybackStream()) return true;
+  if (!node.isJackClient()) return false;
+  const auto ports = mirror_.ports(node.globalID, PW_DIRECTION_OUTPUT);
+  return std::any_of(ports.begin(), ports.end(), [](const ServerPort* port) { return port->isAudio; });
+}
+
+bool ProcessCatalog::isSounding(const ServerNode& node) const {
+  // A client of the JACK interface runs for as long as it is there.
+  if (node.isJackClient()) return !mirror_.linksFrom(node.globalID).empty();
+  return node.state == PW_NODE_STATE_RUNNING;
+}
+
 const std::string& ProcessCatalog::processKey(std::int32_t pid) {
   const auto known = keys_.find(pid);
   if (known != keys_.end()) return known->second;
-  return keys_.emplace(pid, "process:" + std::to_string(pid) + ":" + startTime(pid)).first->second;
+  return keys_.emplace(pid, "process:" + std::to_string(pid) + ":" + files_.startTime(pid)).first->second;
+}
+
+const std::optional<DesktopEntry>& ProcessCatalog::applicationOf(const std::string& key, std::int32_t pid,
+                                                                 const std::string& binary) {
+  // A client tells its binary a while after it has come.
+  auto& known = entriesOfProcesses_[key];
+  if (!known || known->binary != binary) known = KnownEntry{binary, finder_.find(pid, binary)};
+  return known->entry;
 }
 
 std::vector<ProcessRecord> ProcessCatalog::list() {
@@ -138,21 +133,23 @@ std::vector<ProcessRecord> ProcessCatalog::list() {
     if (const auto pid = processOf(*client)) identities[position(*pid)].add(client->properties);
   }
   for (const ServerNode* node : mirror_.nodes()) {
-    if (!isAudioStream(*node)) continue;
+    const bool isPlayer = isPlaybackNode(*node);
+    if (!isPlayer && !isRecordingStream(*node)) continue;
     const auto pid = processOf(*node);
     if (!pid) continue;
     const std::size_t at = position(*pid);
     identities[at].add(node->properties);
     hasStream[at] = true;
-    if (!isPlaybackStream(*node)) continue;
-    records[at].playbackStreams.push_back(node);
-    if (node->state == PW_NODE_STATE_RUNNING) records[at].isPlaying = true;
+    if (!isPlayer) continue;
+    records[at].playbackNodes.push_back(node);
+    if (isSounding(*node)) records[at].isPlaying = true;
   }
 
   // A process that has left takes its key along, so that a later one with its number gets an identity of its own.
   std::erase_if(keys_, [&](const auto& entry) {
     if (positions.contains(entry.first)) return false;
     applications_.erase(entry.second);
+    entriesOfProcesses_.erase(entry.second);
     return true;
   });
   std::erase_if(standIns_, [&](const auto& entry) { return !positions.contains(entry.second); });
@@ -163,8 +160,8 @@ std::vector<ProcessRecord> ProcessCatalog::list() {
     const std::string& key = processKey(record.pid);
     record.id = ids_.of(key);
     std::string binary = baseName(identity.first(PW_KEY_APP_PROCESS_BINARY));
-    if (binary.empty()) binary = executableName(record.pid);
-    const auto entry = entries_.forBinary(binary);
+    if (binary.empty()) binary = files_.executable(record.pid).filename().string();
+    const auto entry = applicationOf(key, record.pid, binary);
 
     if (const auto portal = identity.first(portalApplicationKey); !portal.empty()) {
       record.bundleID = portal;
@@ -187,10 +184,10 @@ std::vector<ProcessRecord> ProcessCatalog::list() {
   return records;
 }
 
-std::vector<const ServerNode*> ProcessCatalog::playbackStreamsWithoutProcess() {
+std::vector<const ServerNode*> ProcessCatalog::playbackNodesWithoutProcess() {
   std::vector<const ServerNode*> streams;
   for (const ServerNode* node : mirror_.nodes()) {
-    if (isPlaybackStream(*node) && isDescribed(*node) && !processOf(*node)) streams.push_back(node);
+    if (isPlaybackNode(*node) && isDescribed(*node) && !processOf(*node)) streams.push_back(node);
   }
   return streams;
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <pipewire/extensions/metadata.h>
+#include <spa/param/audio/format-utils.h>
 #include <variant>
 
 namespace brindlemux {
@@ -22,11 +23,26 @@ struct ServerMirror::Binding {
   static void onNodeInfo(void* data, const pw_node_info* info) {
     auto* const self = static_cast<Binding*>(data);
     auto& node = std::get<ServerNode>(self->object);
+    if (!node.described && node.isPlaybackStream()) {
+      std::uint32_t format = SPA_PARAM_Format;
+      pw_node_subscribe_params(reinterpret_cast<pw_node*>(self->proxy), &format, 1);
+    }
     node.described = true;
     node.state = info->state;
     node.inputPortCount = info->n_input_ports;
     node.outputPortCount = info->n_output_ports;
     if ((info->change_mask & PW_NODE_CHANGE_MASK_PROPS) != 0) node.properties.merge(info->props);
+    self->mirror->noteChange();
+  }
+
+  static void onNodeParam(void* data, int /*sequence*/, std::uint32_t id, std::uint32_t /*index*/,
+                          std::uint32_t /*next*/, const spa_pod* param) {
+    auto* const self = static_cast<Binding*>(data);
+    auto& node = std::get<ServerNode>(self->object);
+    spa_audio_info info = {};
+    if (id != SPA_PARAM_Format || param == nullptr || spa_format_audio_parse(param, &info) < 0) return;
+    if (info.media_subtype != SPA_MEDIA_SUBTYPE_raw || info.info.raw.channels == node.streamChannels) return;
+    node.streamChannels = info.info.raw.channels;
     self->mirror->noteChange();
   }
 
@@ -57,8 +73,8 @@ struct ServerMirror::Binding {
 
 namespace {
 
-constexpr pw_node_events nodeEvents(void (*info)(void*, const pw_node_info*)) {
-  return {.version = PW_VERSION_NODE_EVENTS, .info = info, .param = nullptr};
+constexpr pw_node_events nodeEvents(void (*info)(void*, const pw_node_info*), decltype(pw_node_events::param) param) {
+  return {.version = PW_VERSION_NODE_EVENTS, .info = info, .param = param};
 }
 
 constexpr pw_client_events clientEvents(void (*info)(void*, const pw_client_info*)) {
@@ -102,6 +118,7 @@ void ServerMirror::attach(pw_core* core) {
 
 void ServerMirror::detach() {
   bindings_.clear();
+  links_.clear();
   ports_.clear();
   ++revision_;
   if (registry_ == nullptr) return;
@@ -137,6 +154,25 @@ std::vector<const ServerPort*> ServerMirror::ports(std::uint32_t nodeID, pw_dire
   return found;
 }
 
+const ServerPort* ServerMirror::port(std::uint32_t globalID) const {
+  const auto found = ports_.find(globalID);
+  return found == ports_.end() ? nullptr : &found->second;
+}
+
+std::vector<ServerLink> ServerMirror::linksFrom(std::uint32_t nodeID) const {
+  std::vector<ServerLink> found;
+  for (const auto& [id, link] : links_) {
+    if (link.outputNode == nodeID) found.push_back(link);
+  }
+  return found;
+}
+
+/// Of links only those matter that say what a client without streams of its own is playing.
+void ServerMirror::noteLinkChange(const ServerLink& link) {
+  const ServerNode* const from = node(link.outputNode);
+  if (from != nullptr && from->isJackClient()) noteChange();
+}
+
 void ServerMirror::bind(std::uint32_t id, const char* type, std::uint32_t version, const void* events,
                         Binding& binding) {
   auto* const proxy = static_cast<pw_proxy*>(pw_registry_bind(registry_, id, type, version, 0));
@@ -147,7 +183,7 @@ void ServerMirror::bind(std::uint32_t id, const char* type, std::uint32_t versio
 
 void ServerMirror::onGlobal(void* data, std::uint32_t id, std::uint32_t /*permissions*/, const char* type,
                             std::uint32_t /*version*/, const spa_dict* properties) {
-  static constexpr pw_node_events forNodes = nodeEvents(Binding::onNodeInfo);
+  static constexpr pw_node_events forNodes = nodeEvents(Binding::onNodeInfo, Binding::onNodeParam);
   static constexpr pw_client_events forClients = clientEvents(Binding::onClientInfo);
   static constexpr pw_metadata_events forMetadata = {.version = PW_VERSION_METADATA_EVENTS,
                                                      .property = Binding::onMetadataProperty};
@@ -165,8 +201,21 @@ void ServerMirror::onGlobal(void* data, std::uint32_t id, std::uint32_t /*permis
                    .nodeID = static_cast<std::uint32_t>(map.number(PW_KEY_NODE_ID).value_or(SPA_ID_INVALID)),
                    .index = map.number(PW_KEY_PORT_ID).value_or(0),
                    .direction = map.value(PW_KEY_PORT_DIRECTION) == "out" ? PW_DIRECTION_OUTPUT : PW_DIRECTION_INPUT,
-                   .channel = std::string(map.value(PW_KEY_AUDIO_CHANNEL))});
+                   .channel = std::string(map.value(PW_KEY_AUDIO_CHANNEL)),
+                   .isAudio = map.value(PW_KEY_FORMAT_DSP).ends_with("audio")});
     self->noteChange();
+    return;
+  }
+  if (kind == PW_TYPE_INTERFACE_Link) {
+    const auto id32 = [&](const char* key) {
+      return static_cast<std::uint32_t>(map.number(key).value_or(SPA_ID_INVALID));
+    };
+    const ServerLink link{.outputNode = id32(PW_KEY_LINK_OUTPUT_NODE),
+                          .outputPort = id32(PW_KEY_LINK_OUTPUT_PORT),
+                          .inputNode = id32(PW_KEY_LINK_INPUT_NODE),
+                          .inputPort = id32(PW_KEY_LINK_INPUT_PORT)};
+    self->links_.insert_or_assign(id, link);
+    self->noteLinkChange(link);
     return;
   }
 
@@ -192,6 +241,11 @@ void ServerMirror::onGlobal(void* data, std::uint32_t id, std::uint32_t /*permis
 
 void ServerMirror::onGlobalRemove(void* data, std::uint32_t id) {
   auto* const self = static_cast<ServerMirror*>(data);
+  if (const auto link = self->links_.find(id); link != self->links_.end()) {
+    const ServerLink gone = link->second;
+    self->links_.erase(link);
+    self->noteLinkChange(gone);
+  }
   if (self->ports_.erase(id) + self->bindings_.erase(id) > 0) self->noteChange();
 }
 

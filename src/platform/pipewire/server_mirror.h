@@ -22,11 +22,16 @@ struct ServerNode {
   pw_node_state state = PW_NODE_STATE_CREATING;
   std::uint32_t inputPortCount = 0;
   std::uint32_t outputPortCount = 0;
+  /// The channels that a playback stream's application plays, whatever the stream's ports make of them; 0 unknown.
+  std::uint32_t streamChannels = 0;
   /// Whether state, port counts and the full properties have arrived.
   bool described = false;
 
   std::string_view name() const { return properties.value(PW_KEY_NODE_NAME); }
   std::string_view mediaClass() const { return properties.value(PW_KEY_MEDIA_CLASS); }
+  bool isPlaybackStream() const { return mediaClass() == "Stream/Output/Audio"; }
+  /// A client of the JACK interface has one node for everything that it plays and records, and no media class.
+  bool isJackClient() const { return properties.value(PW_KEY_CLIENT_API) == "jack" && mediaClass().empty(); }
 };
 
 /// A port of a node. `index` counts per node and direction and gives the channel order.
@@ -37,6 +42,16 @@ struct ServerPort {
   std::int64_t index = 0;
   pw_direction direction = PW_DIRECTION_INPUT;
   std::string channel;
+  /// Carries samples, not notes or controls.
+  bool isAudio = false;
+};
+
+/// A link between two ports, by their global IDs.
+struct ServerLink {
+  std::uint32_t outputNode = 0;
+  std::uint32_t outputPort = 0;
+  std::uint32_t inputNode = 0;
+  std::uint32_t inputPort = 0;
 };
 
 /// A client of the server.
@@ -56,7 +71,7 @@ struct ServerMetadata {
   pw_proxy* proxy = nullptr;
 };
 
-/// A copy of what the server's registry shows of nodes, ports, clients and metadata, kept current by its events.
+/// A copy of what the server's registry shows of nodes, ports, links, clients and metadata, kept current by its events.
 ///
 /// Threads: under the connection's lock.
 class ServerMirror {
@@ -88,6 +103,10 @@ class ServerMirror {
 
   /// A node's ports of one direction in channel order.
   std::vector<const ServerPort*> ports(std::uint32_t nodeID, pw_direction direction) const;
+  const ServerPort* port(std::uint32_t globalID) const;
+
+  /// The links that leave a node, in no particular order.
+  std::vector<ServerLink> linksFrom(std::uint32_t nodeID) const;
 
  private:
   struct Binding;
@@ -97,6 +116,7 @@ class ServerMirror {
   void bind(std::uint32_t id, const char* type, std::uint32_t version, const void* events, Binding& binding);
 
   void noteChange();
+  void noteLinkChange(const ServerLink& link);
 
   std::function<void()> changed_;
   std::uint64_t revision_ = 0;
@@ -104,6 +124,7 @@ class ServerMirror {
   pw_registry* registry_ = nullptr;
   spa_hook registryListener_{};
   std::map<std::uint32_t, ServerPort> ports_;
+  std::map<std::uint32_t, ServerLink> links_;
   std::map<std::uint32_t, std::unique_ptr<Binding>> bindings_;
 };
 

@@ -91,16 +91,16 @@ const ProcessRecord* ServerState::processWithPID(std::int32_t pid) {
   return firstOf(processes(), [&](const ProcessRecord& process) { return process.pid == pid; });
 }
 
-std::vector<const ServerNode*> ServerState::playbackStreams(Selection selection,
+std::vector<const ServerNode*> ServerState::playbackNodes(Selection selection,
                                                             const std::vector<AudioObjectID>& listed) {
   std::vector<const ServerNode*> streams;
   for (const ProcessRecord& process : processes()) {
     const bool isListed = std::find(listed.begin(), listed.end(), process.id) != listed.end();
     if (isListed != (selection == Selection::only)) continue;
-    streams.insert(streams.end(), process.playbackStreams.begin(), process.playbackStreams.end());
+    streams.insert(streams.end(), process.playbackNodes.begin(), process.playbackNodes.end());
   }
   if (selection == Selection::allExcept) {
-    const auto strays = processCatalog_.playbackStreamsWithoutProcess();
+    const auto strays = processCatalog_.playbackNodesWithoutProcess();
     streams.insert(streams.end(), strays.begin(), strays.end());
   }
   return streams;

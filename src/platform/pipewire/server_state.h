@@ -48,9 +48,9 @@ class ServerState final : public RunningApplications, private ServerConnection::
   const ProcessRecord* process(AudioObjectID id);
   const ProcessRecord* processWithPID(std::int32_t pid);
 
-  /// The playback streams of the listed processes, or of all others.
+  /// The playback nodes of the listed processes, or of all others.
   enum class Selection { only, allExcept };
-  std::vector<const ServerNode*> playbackStreams(Selection selection, const std::vector<AudioObjectID>& processes);
+  std::vector<const ServerNode*> playbackNodes(Selection selection, const std::vector<AudioObjectID>& processes);
 
   const ServerMetadata* driverMetadata() const;
   AudioObjectID driverID();

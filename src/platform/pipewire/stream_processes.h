@@ -1,10 +1,12 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <vector>
 
 #include "platform/audio_hardware.h"
 #include "platform/pipewire/filter_node.h"
+#include "platform/pipewire/tap_wiring.h"
 
 namespace brindlemux {
 
@@ -27,6 +29,19 @@ class CaptureProcess final : public FilterProcess {
   /// A null pointer a channel: a block in which nothing is linked.
   std::vector<float*> unlinked_;
   std::vector<float> silence_;
+};
+
+/// Hands a tap's inputs, in the order of `TapInput`, to an I/O procedure as left and right: the centre and the surround
+/// of a side are added to it at 3 dB less, as broadcasters mix five channels down to two. What is not linked adds
+/// nothing, so that stereo passes bit by bit.
+class TapProcess final : public FilterProcess {
+ public:
+  explicit TapProcess(IOBlock block);
+  void process(std::span<float* const> inputs, std::span<float* const> outputs, std::uint32_t frames) noexcept override;
+
+ private:
+  CaptureProcess capture_;
+  std::array<std::vector<float>, 2> mixed_;
 };
 
 /// Fills a filter's outputs from a render callback that writes one interleaved buffer.

@@ -10,8 +10,6 @@
 namespace brindlemux {
 namespace {
 
-constexpr std::uint32_t tapChannels = 2;
-
 template <typename Held>
 const Held* member(const Dictionary& dictionary, std::string_view key) {
   const auto found = dictionary.find(std::string(key));
@@ -96,21 +94,23 @@ OSStatus StreamRegistry::startProcedure(AudioObjectID device, AudioDeviceIOProcI
   if (server_.routes().contains(procedure)) return noErr;
 
   FilterShape filter;
+  std::unique_ptr<FilterProcess> process;
   Wiring wiring;
   if (const auto aggregate = aggregates_.find(device); aggregate != aggregates_.end()) {
     const TapDescription* const tap = tapOf(aggregate->second);
     if (tap == nullptr) return kAudioHardwareBadDeviceError;
     filter = shape(device, "brindlemux.tap", tap->name);
-    filter.inputPorts = tapChannels;
+    filter.inputPorts = tapInputCount;
+    process = std::make_unique<TapProcess>(found->block);
     wiring = tapWiring(*tap);
   } else {
     const DeviceRecord* const record = server_.device(device);
     if (record == nullptr) return kAudioHardwareBadDeviceError;
     filter = shape(device, "brindlemux.input." + record->uid, "Brindlemux from " + record->name);
     filter.inputPorts = static_cast<std::uint32_t>(record->capturePorts.size());
+    process = std::make_unique<CaptureProcess>(filter.inputPorts, found->block);
     wiring = deviceCaptureWiring(device);
   }
-  auto process = std::make_unique<CaptureProcess>(filter.inputPorts, found->block);
   const bool started = server_.routes().start(procedure, std::move(filter), std::move(process), std::move(wiring));
   return started ? noErr : kAudioHardwareNotRunningError;
 }
@@ -241,11 +241,19 @@ Wiring StreamRegistry::deviceCaptureWiring(AudioObjectID device) const {
 
 Wiring StreamRegistry::tapWiring(const TapDescription& tap) const {
   return [this, tap](const OwnPorts& own, std::vector<LinkRequest>& links) {
-    if (own.inputs.size() != tapChannels) return;
-    const auto selection = tap.selection == TapDescription::Selection::only ? ServerState::Selection::only
-                                                                            : ServerState::Selection::allExcept;
-    for (const ServerNode* stream : server_.playbackStreams(selection, tap.processes)) {
-      addTapLinks(server_.mirror().ports(stream->globalID, PW_DIRECTION_OUTPUT), *own.inputs[0], *own.inputs[1], links);
+    if (own.inputs.size() != tapInputCount) return;
+    TapPorts inputs;
+    std::ranges::copy(own.inputs, inputs.begin());
+    const bool isListed = tap.selection == TapDescription::Selection::only;
+    const auto selection = isListed ? ServerState::Selection::only : ServerState::Selection::allExcept;
+    const UnheardPorts unheard = isListed ? UnheardPorts::taken : UnheardPorts::omitted;
+    const ServerMirror& mirror = server_.mirror();
+    for (const ServerNode* node : server_.playbackNodes(selection, tap.processes)) {
+      if (node->isJackClient()) {
+        addJackLinks(mirror, *node, unheard, inputs, links);
+      } else {
+        addStreamLinks(mirror.ports(node->globalID, PW_DIRECTION_OUTPUT), node->streamChannels, inputs, links);
+      }
     }
   };
 }

@@ -51,5 +51,39 @@ TEST_F(DesktopEntriesTest, leavesOutWhatIsHiddenBrokenOrStartsSomethingElse) {
   }
 }
 
+TEST_F(DesktopEntriesTest, interpretersStandForNoApplication) {
+  for (const char* launcher : {"python3", "java", "flatpak"}) {
+    write(std::string("system/") + launcher + ".desktop",
+          std::string("[Desktop Entry]\nName=Some\nExec=") + launcher + " something\n");
+    EXPECT_FALSE(entries().forBinary(launcher).has_value()) << launcher;
+  }
+}
+
+TEST_F(DesktopEntriesTest, findsWhatLiesBesideTheProgramInItsOwnFolder) {
+  std::filesystem::create_directories(root_ / "opt/vendor/app");
+  write("opt/vendor/app/launch", "#!/bin/sh\n");
+  std::filesystem::permissions(root_ / "opt/vendor/app/launch", std::filesystem::perms::owner_all);
+  std::filesystem::create_symlink(root_ / "opt/vendor/app/launch", root_ / "start");
+  write("system/app.desktop", "[Desktop Entry]\nName=App\nExec=" + (root_ / "start").string() + " %U\n");
+  const auto entry = entries().forExecutable(root_ / "opt/vendor/app/main");
+  ASSERT_TRUE(entry.has_value());
+  EXPECT_EQ(entry->id, "app");
+  EXPECT_FALSE(entries().forExecutable(root_ / "opt/vendor/main").has_value());
+}
+
+TEST_F(DesktopEntriesTest, aFolderThatProgramsShareStandsForNone) {
+  std::filesystem::create_directories(root_ / "bin");
+  write("bin/player", "#!/bin/sh\n");
+  std::filesystem::permissions(root_ / "bin/player", std::filesystem::perms::owner_all);
+  write("system/player.desktop", "[Desktop Entry]\nName=Player\nExec=" + (root_ / "bin/player").string() + "\n");
+  EXPECT_TRUE(entries().forExecutable(root_ / "bin/player").has_value());
+  EXPECT_FALSE(entries().forExecutable(root_ / "bin/other").has_value());
+}
+
+TEST_F(DesktopEntriesTest, aFolderThatCannotBeReadIsPassedOver) {
+  write("file", "");
+  EXPECT_FALSE(DesktopEntries({root_ / "file", root_ / "none"}).forBinary("any").has_value());
+}
+
 }  // namespace
 }  // namespace brindlemux

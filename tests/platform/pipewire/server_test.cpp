@@ -14,6 +14,7 @@
 #include "platform/pipewire/pipewire_audio_hardware.h"
 #include "platform/pipewire/playback_streams.h"
 #include "platform/pipewire/port_linker.h"
+#include "platform/pipewire/server_fixture.h"
 #include "support/private_server.h"
 #include "support/server_dump.h"
 #include "support/tone_analysis.h"
@@ -22,53 +23,6 @@
 
 namespace brindlemux::test {
 namespace {
-
-constexpr AudioObjectPropertyAddress global(FourCharCode selector) {
-  return {selector, kAudioObjectPropertyScopeGlobal, kAudioObjectPropertyElementMain};
-}
-
-PrivateServerOptions serverOptions(PrivateServerOptions::Driver driver) {
-  PrivateServerOptions options;
-  options.driver = driver;
-  options.sinks = {{.name = "speakers", .channels = 2, .description = "Speakers"}};
-  options.sources = {{.name = "mic", .channels = 2, .description = "Microphone"}};
-  return options;
-}
-
-/// The hardware on a server.
-///
-/// Threads: the main thread.
-class PipeWireServer : public testing::Test {
- protected:
-  explicit PipeWireServer(PrivateServerOptions::Driver driver = PrivateServerOptions::Driver::absent)
-      : server_(serverOptions(driver)) {
-    for (const auto& [name, value] : server_.environment()) setenv(name.c_str(), value.c_str(), 1);
-    hardware_ = std::make_unique<PipeWireAudioHardware>();
-  }
-
-  template <typename Value>
-  Value read(AudioObjectID object, const AudioObjectPropertyAddress& address, const PropertyValue& qualifier = {}) {
-    PropertyValue value;
-    if (hardware_->propertyData(object, address, qualifier, value) != noErr) return {};
-    const auto* const typed = std::get_if<Value>(&value);
-    return typed == nullptr ? Value{} : *typed;
-  }
-  AudioObjectID device(const std::string& uid) {
-    return read<AudioObjectID>(kAudioObjectSystemObject, global(kAudioHardwarePropertyTranslateUIDToDevice), uid);
-  }
-  std::size_t channels(const std::string& uid, FourCharCode scope) {
-    return read<BufferLayout>(device(uid), {kAudioDevicePropertyStreamConfiguration, scope, 0})
-        .channelsPerBuffer.size();
-  }
-  std::filesystem::path writeTone() {
-    auto path = server_.folder() / "tone.wav";
-    writeWav(path, {.sampleRateHz = 48000, .channels = {sineTone(48000 * 60, 1000, 0.5, 48000)}});
-    return path;
-  }
-
-  PrivateServer server_;
-  std::unique_ptr<PipeWireAudioHardware> hardware_;
-};
 
 constexpr const char* virtualUID = "BrindlemuxAudio_UID_5D9F2C1E-0B6A-4C38-9E47-1A2B3C4D5E6F";
 
@@ -111,40 +65,6 @@ TEST_F(PipeWireServerWithDriver, aVirtualDeviceStaysListedWhileItsChannelsChange
 }
 
 #endif
-
-/// A tap of all system audio at work, and what its procedure has met.
-struct RunningTap {
-  AudioObjectID aggregate = kAudioObjectUnknown;
-  AudioDeviceIOProcID procedure = 0;
-  std::shared_ptr<std::atomic<int>> cycles = std::make_shared<std::atomic<int>>(0);
-  /// The cycles that did not begin with a silent frame.
-  std::shared_ptr<std::atomic<int>> sounding = std::make_shared<std::atomic<int>>(0);
-};
-
-/// A tap asks for shorter blocks than the server's own, and pw-play at times falls silent for as long as the blocks
-/// have changed under it: who plays to such a tap is paplay.
-RunningTap startTap(AudioHardware& hardware) {
-  TapDescription description;
-  description.uuid.bytes[15] = 1;
-  description.name = "All";
-  description.selection = TapDescription::Selection::allExcept;
-  AudioObjectID tap = kAudioObjectUnknown;
-  EXPECT_EQ(hardware.createProcessTap(description, tap), noErr);
-  const Dictionary aggregate = {
-      {"uid", std::string("com.brindlemux.tap.test")},
-      {"master", std::string("speakers")},
-      {"taps", DictionaryArray{Dictionary{{"uid", description.uuid.string()}}}},
-  };
-  RunningTap running;
-  EXPECT_EQ(hardware.createAggregateDevice(aggregate, running.aggregate), noErr);
-  const auto count = [cycles = running.cycles, sounding = running.sounding](AudioBufferList input) {
-    ++*cycles;
-    if (input.front().data[0] != 0.0F) ++*sounding;
-  };
-  EXPECT_EQ(hardware.createIOProc(running.aggregate, "test", count, running.procedure), noErr);
-  EXPECT_EQ(hardware.startDevice(running.aggregate, running.procedure), noErr);
-  return running;
-}
 
 TEST_F(PipeWireServer, aCrowdOfStreamsIsTappedUpToWhatAPortTakes) {
   const RunningTap tap = startTap(*hardware_);

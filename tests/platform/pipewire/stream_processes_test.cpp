@@ -1,5 +1,6 @@
 #include "platform/pipewire/stream_processes.h"
 
+#include <cmath>
 #include <gtest/gtest.h>
 #include <vector>
 
@@ -36,6 +37,42 @@ TEST(CaptureProcess, anUnlinkedChannelIsSilent) {
   float* const inputs[] = {nullptr, samples.data()};
   capture.process(inputs, {}, 3);
   EXPECT_EQ(blocks.back(), (std::vector<std::vector<float>>{{0.0F, 0.0F, 0.0F}, {0.25F, -0.5F, 1.0F}}));
+}
+
+TEST(TapProcess, stereoPassesUntouched) {
+  Blocks blocks;
+  TapProcess tap(recordInto(blocks));
+  std::vector<float> left = {0.25F, -0.0F};
+  std::vector<float> right = {1e-40F, 3.0F};
+  float* const inputs[] = {left.data(), right.data(), nullptr, nullptr, nullptr};
+  tap.process(inputs, {}, 2);
+  EXPECT_EQ(blocks.back(), (std::vector<std::vector<float>>{{0.25F, -0.0F}, {1e-40F, 3.0F}}));
+  EXPECT_TRUE(std::signbit(blocks.back()[0][1]));
+}
+
+TEST(TapProcess, theCentreAndTheSurroundJoinTheirSidesAtThreeDecibelsLess) {
+  Blocks blocks;
+  TapProcess tap(recordInto(blocks));
+  std::vector<float> left = {0.5F};
+  std::vector<float> right = {0.25F};
+  std::vector<float> centre = {0.5F};
+  std::vector<float> leftSurround = {-1.0F};
+  std::vector<float> rightSurround = {0.125F};
+  float* const inputs[] = {left.data(), right.data(), centre.data(), leftSurround.data(), rightSurround.data()};
+  tap.process(inputs, {}, 1);
+  // 0.5 + (0.5 - 1) / sqrt 2 and 0.25 + (0.5 + 0.125) / sqrt 2
+  EXPECT_NEAR(blocks.back()[0][0], 0.14644661, 1e-7);
+  EXPECT_NEAR(blocks.back()[1][0], 0.69194174, 1e-7);
+}
+
+TEST(TapProcess, aSurroundChannelAloneIsHeardOnItsSideOnly) {
+  Blocks blocks;
+  TapProcess tap(recordInto(blocks));
+  std::vector<float> behind = {1.0F};
+  float* const inputs[] = {nullptr, nullptr, nullptr, behind.data(), nullptr};
+  tap.process(inputs, {}, 1);
+  EXPECT_NEAR(blocks.back()[0][0], 0.70710678, 1e-7);
+  EXPECT_EQ(blocks.back()[1][0], 0.0F);
 }
 
 TEST(PlaybackProcess, channelsOfTheInterleavedBufferReachTheirPorts) {
