@@ -103,7 +103,7 @@ TEST_P(DeviceEngineThreads, noFrameIsLostOrRepeated) {
         engine.meterSnapshot();
         append(device, played);
         append(speakers, monitored);
-        return monitored.size() > 480000;
+        return monitored.size() > 96000;
       },
       patience));
   EXPECT_LE(silenceBetween(played), 256);
