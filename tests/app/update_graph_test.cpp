@@ -65,6 +65,7 @@ struct RoutedProgram : SimulatedProgram {
       graph.monitorWires = {{0, speakers, 0}, {1, speakers, 1}, {2, headphones, 0}};
       graph.outputGains = {1.0F, 1.0F};
     });
+    waitUntilSaved();
     running = hardware.liveResources();
     hardware.journal().take();
     signals.emplace(*state);
