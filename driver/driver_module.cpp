@@ -1,6 +1,8 @@
 #include "driver/driver_module.h"
 
+#include <spa/utils/string.h>
 #include <stdexcept>
+#include <utility>
 #include <variant>
 
 #include "driver/guarded.h"
@@ -24,13 +26,34 @@ std::unique_ptr<ServerNode> createClock(pw_context& context) {
   return clock;
 }
 
+// Two drivers, one installed for everyone and one for the user, would publish every device twice.
+pw_context& withoutDriver(pw_context& context) {
+  const auto isDriver = [](void*, pw_global* global) {
+    const bool same =
+        pw_global_is_type(global, PW_TYPE_INTERFACE_Metadata) &&
+        spa_streq(pw_properties_get(pw_global_get_properties(global), PW_KEY_METADATA_NAME), driverBundleID.data());
+    return same ? 1 : 0;
+  };
+  if (pw_context_for_each_global(&context, isDriver, nullptr) != 0) {
+    throw std::runtime_error("the server has the driver already");
+  }
+  return context;
+}
+
 }  // namespace
 
-DriverModule::DriverModule(pw_context& context)
-    : clock_(createClock(context)),
+DriverModule::DriverModule(pw_context& context, std::filesystem::path devicesFile)
+    : file_(std::move(devicesFile)),
+      saver_([this](const std::string& payload) { file_.save(payload); }),
+      clock_(createClock(withoutDriver(context))),
       devices_(context),
       sessionManager_(context, [this] { devices_.recreateAll(); }),
-      property_(context, encodeDriverPayload({}), [this](std::string_view payload) { return write(payload); }) {}
+      property_(context, restore(), [this](std::string_view payload) { return write(payload); }) {}
+
+std::string DriverModule::restore() {
+  if (!devices_.apply(file_.load())) pw_log_error("brindlemux: the server refuses the devices that were saved");
+  return encodeDriverPayload(devices_.configs());
+}
 
 std::optional<std::string> DriverModule::write(std::string_view payload) {
   const auto decoded = decodeDriverPayload(payload);
@@ -40,7 +63,9 @@ std::optional<std::string> DriverModule::write(std::string_view payload) {
   }
   const auto& configs = std::get<std::vector<VirtualDeviceConfig>>(decoded);
   if (!devices_.apply(configs)) return std::nullopt;
-  return encodeDriverPayload(configs);
+  std::string accepted = encodeDriverPayload(configs);
+  guarded("save the devices", [&] { saver_.save(accepted); });
+  return accepted;
 }
 
 }  // namespace brindlemux::driver

@@ -50,7 +50,8 @@ std::unique_ptr<PublishedDevice> PublishedDevice::create(pw_context& context, co
                                      nodeProperties(config, channels, config.uid.c_str(), "Audio/Sink"), events);
   if (!device->sink_) return nullptr;
   device->source_ = ServerNode::create(
-      context, "adapter", nodeProperties(config, channels, (config.uid + ".source").c_str(), "Audio/Source/Virtual"),
+      context, "adapter",
+      nodeProperties(config, channels, (config.uid + std::string(driverSourceSuffix)).c_str(), "Audio/Source/Virtual"),
       events);
   if (!device->source_) return nullptr;
   device->portsChanged_.signal();
