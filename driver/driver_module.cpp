@@ -1,5 +1,6 @@
 #include "driver/driver_module.h"
 
+#include <functional>
 #include <spa/utils/string.h>
 #include <stdexcept>
 #include <utility>
@@ -11,9 +12,10 @@
 namespace brindlemux::driver {
 namespace {
 
-// A clock of the group's own keeps a virtual device from being the one that drives, which would delay its loop by one
-// quantum. Any real sink in the group has a higher priority and takes over.
-std::unique_ptr<ServerNode> createClock(pw_context& context) {
+// A clock of the group's own, which comes back like the rest when a client has destroyed it, keeps a virtual device
+// from being the one that drives, which would delay its loop by one quantum. Any real sink in the group has a higher
+// priority and takes over.
+std::unique_ptr<ServerNode> createClock(pw_context& context, std::function<void()> lost) {
   auto clock = ServerNode::create(context, "spa-node-factory",
                                   {{"factory.name", "support.node.driver"},
                                    {PW_KEY_NODE_NAME, "brindlemux.clock"},
@@ -21,7 +23,7 @@ std::unique_ptr<ServerNode> createClock(pw_context& context) {
                                    {PW_KEY_PRIORITY_DRIVER, "1"},
                                    {PW_KEY_APP_NAME, "Brindlemux"},
                                    {PW_KEY_APP_ICON_NAME, "com.brindlemux.Brindlemux"}},
-                                  {});
+                                  {.lost = std::move(lost)});
   if (!clock) throw std::runtime_error("the server refuses the clock node");
   return clock;
 }
@@ -45,10 +47,16 @@ pw_context& withoutDriver(pw_context& context) {
 DriverModule::DriverModule(pw_context& context, std::filesystem::path devicesFile)
     : file_(std::move(devicesFile)),
       saver_([this](const std::string& payload) { file_.save(payload); }),
-      clock_(createClock(withoutDriver(context))),
-      devices_(context),
+      clockLost_(*pw_context_get_main_loop(&context), [this, &context] { startClock(context); }),
+      devices_(withoutDriver(context)),
       sessionManager_(context, [this] { devices_.recreateAll(); }),
-      property_(context, restore(), [this](std::string_view payload) { return write(payload); }) {}
+      property_(context, restore(), [this](std::string_view payload) { return write(payload); }) {
+  startClock(context);
+}
+
+void DriverModule::startClock(pw_context& context) {
+  clock_ = createClock(context, [this] { clockLost_.signal(); });
+}
 
 std::string DriverModule::restore() {
   if (!devices_.apply(file_.load())) pw_log_error("brindlemux: the server refuses the devices that were saved");

@@ -11,6 +11,7 @@
 #include "driver/device_file.h"
 #include "driver/device_list.h"
 #include "driver/driver_property.h"
+#include "driver/loop_event.h"
 #include "driver/server_node.h"
 #include "driver/session_manager_watch.h"
 
@@ -26,11 +27,13 @@ class DriverModule {
   DriverModule(pw_context& context, std::filesystem::path devicesFile);
 
  private:
+  void startClock(pw_context& context);
   std::string restore();
   std::optional<std::string> write(std::string_view payload);
 
   DeviceFile file_;
   BackgroundSaver saver_;
+  LoopEvent clockLost_;
   std::unique_ptr<ServerNode> clock_;
   DeviceList devices_;
   SessionManagerWatch sessionManager_;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string>
 
+#include "driver/server_streams.h"
 #include "model/driver_payload.h"
 
 namespace brindlemux::driver {
@@ -74,6 +75,10 @@ bool PublishedDevice::complete() const noexcept { return sink_->node() != nullpt
 
 bool PublishedDevice::looped() const noexcept {
   return std::ranges::all_of(links_, [](const auto& link) { return link->up(); });
+}
+
+bool PublishedDevice::isLinkedTo(const pw_impl_node* node) const {
+  return areLinked(context_, node, sink_->node()) || areLinked(context_, node, source_->node());
 }
 
 void PublishedDevice::link() {
