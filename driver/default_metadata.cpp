@@ -139,6 +139,7 @@ const char* DefaultMetadata::value(std::uint32_t subject, const char* key) const
 
 void DefaultMetadata::set(std::uint32_t subject, const char* key, const char* value) {
   pw_metadata_set_property(reinterpret_cast<pw_metadata*>(metadata_), subject, key, "Spa:Id", value);
+  take(subject, key, value);
 }
 
 }  // namespace brindlemux::driver

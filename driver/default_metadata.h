@@ -14,6 +14,8 @@ namespace brindlemux::driver {
 /// "default". That object is implemented by the session manager's process: inside the server it cannot be used
 /// directly.
 ///
+/// The values are reliable when it gets ready, and for what is set here. Others' later changes may be missing: this
+/// version of the server withholds a change from everybody else while some client is about to bind the object.
 /// Owns the connection, which also ends when the server shuts down; then it is no longer ready. Threads: the server's
 /// main loop. Errors: without a session manager it is not ready; it gets ready when there is one.
 class DefaultMetadata {
@@ -30,7 +32,7 @@ class DefaultMetadata {
   bool ready() const noexcept { return ready_; }
   /// The value of a subject's key, until the next change; null when it has none.
   const char* value(std::uint32_t subject, const char* key) const;
-  /// Only while ready(). Null removes the key. The value is there once the session manager has answered.
+  /// Only while ready(). Null removes the key.
   void set(std::uint32_t subject, const char* key, const char* value);
 
  private:

@@ -98,13 +98,14 @@ void DeviceList::remember(const Entry& entry) {
 // The entry's nodes go once others have taken their place. There is room for it in the list.
 void DeviceList::handOver(Entry& entry) {
   remember(entry);
+  if (handovers_.empty()) connect();
   handovers_.emplace_back(entry.config.uid, std::move(entry.device));
-  connect();
   handoverTimer_.start(2ms, LoopTimer::Repeat::always);
 }
 
+// Anew, for the values as they are; unless the former connection has not got any yet.
 void DeviceList::connect() {
-  if (metadata_ && metadata_->connected()) return;
+  if (metadata_ && metadata_->connected() && !metadata_->ready()) return;
   metadata_.emplace(context_, [this] { sessionManagerReturned(); });
 }
 
