@@ -20,7 +20,8 @@ std::string positions(std::size_t channels) {
 }
 
 // No node.group: a node that joins a running group before it is configured crashes the server. No priority.session: a
-// virtual device never becomes the default by itself.
+// virtual device never becomes the default by itself. No application.name: the session manager remembers volumes by it,
+// and would give every device the volume of the one that was changed last.
 NodeProperties nodeProperties(const VirtualDeviceConfig& config, std::size_t channels, const char* nodeName,
                               const char* mediaClass) {
   return {
@@ -33,7 +34,6 @@ NodeProperties nodeProperties(const VirtualDeviceConfig& config, std::size_t cha
       // Without it the volume of the device would not act on what is recorded from it.
       {"monitor.channel-volumes", "true"},
       {PW_KEY_NODE_VIRTUAL, "true"},
-      {PW_KEY_APP_NAME, "Brindlemux"},
       {PW_KEY_APP_ICON_NAME, "com.brindlemux.Brindlemux"},
       {PW_KEY_DEVICE_ICON_NAME, "com.brindlemux.Brindlemux"},
       {driverNodeDeviceKey.data(), config.uid},

@@ -134,6 +134,22 @@ TEST_F(DriverAudio, theDevicesVolumeActsOnWhatIsRecorded) {
   }));
 }
 
+TEST_F(DriverAudio, aLaterDeviceDoesNotTakeTheVolumeOfAnother) {
+  publish({{"a", "A", 2}});
+  const auto volumeOf = [this](const char* name) {
+    const auto node = dump().node(name);
+    return node ? server_.run({"wpctl", "get-volume", std::to_string(node->id)}).output : "";
+  };
+  ASSERT_EQ(server_.run({"wpctl", "set-volume", std::to_string(dump().node("a")->id), "0.5"}).status, 0);
+  ASSERT_TRUE(waitUntil([&] { return volumeOf("a") == "Volume: 0.50\n"; })) << volumeOf("a");
+  publish({{"a", "A", 2}, {"b", "B", 2}});
+  // The session manager gives a node what it remembers of it as soon as it sees it.
+  Recording recording(server_, nativeRecorder("b.source", 2), "recorded.wav");
+  ASSERT_TRUE(recording.waitForMore(4800));
+  EXPECT_EQ(volumeOf("b"), "Volume: 1.00\n");
+  EXPECT_EQ(volumeOf("a"), "Volume: 0.50\n");
+}
+
 TEST_F(DriverAudio, twoDevicesDoNotMix) {
   publish({{"a", "A", 2}, {"b", "B", 2}});
   WavFile other;
