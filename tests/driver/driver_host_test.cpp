@@ -30,6 +30,9 @@ class Host {
     pw_context_add_spa_lib(context_, "audio.convert.*", "audioconvert/libspa-audioconvert");
     pw_context_add_spa_lib(context_, "audio.adapt", "audioconvert/libspa-audioconvert");
     pw_context_add_spa_lib(context_, "support.*", "support/libspa-support");
+    // The driver may ask for a connection: there is nobody to connect to.
+    setenv("PIPEWIRE_REMOTE", "no-server", 1);
+    load("libpipewire-module-protocol-native", "");
     load("libpipewire-module-spa-node-factory", "");
     load("libpipewire-module-adapter", "");
     pw_loop_enter(pw_main_loop_get_loop(loop_));
