@@ -4,6 +4,7 @@
 #include <cstring>
 #include <spa/utils/string.h>
 #include <string>
+#include <utility>
 
 #include "driver/guarded.h"
 
@@ -17,8 +18,22 @@ const pw_proxy_events DefaultMetadata::coreProxyEvents = [] {
   events.version = PW_VERSION_PROXY_EVENTS;
   events.destroy = [](void* data) {
     auto& self = *static_cast<DefaultMetadata*>(data);
+    spa_hook_remove(&self.coreListener_);
     spa_hook_remove(&self.coreProxyListener_);
     self.core_ = nullptr;
+  };
+  return events;
+}();
+
+// The values that a metadata object has when it is bound come before the answer to what is sent after the binding.
+const pw_core_events DefaultMetadata::coreEvents = [] {
+  pw_core_events events = {};
+  events.version = PW_VERSION_CORE_EVENTS;
+  events.done = [](void* data, std::uint32_t id, int sequence) {
+    auto& self = *static_cast<DefaultMetadata*>(data);
+    if (id != PW_ID_CORE || sequence != self.awaited_ || self.metadata_ == nullptr || self.ready_) return;
+    self.ready_ = true;
+    guarded("metadata", [&self] { self.onReady_(); });
   };
   return events;
 }();
@@ -53,13 +68,26 @@ const pw_proxy_events DefaultMetadata::metadataProxyEvents = [] {
   events.removed = [](void* data) { pw_proxy_destroy(static_cast<DefaultMetadata*>(data)->metadata_); };
   events.destroy = [](void* data) {
     auto& self = *static_cast<DefaultMetadata*>(data);
+    spa_hook_remove(&self.metadataListener_);
     spa_hook_remove(&self.metadataProxyListener_);
     self.metadata_ = nullptr;
+    self.ready_ = false;
+    self.values_.clear();
   };
   return events;
 }();
 
-DefaultMetadata::DefaultMetadata(pw_context& context) {
+const pw_metadata_events DefaultMetadata::metadataEvents = [] {
+  pw_metadata_events events = {};
+  events.version = PW_VERSION_METADATA_EVENTS;
+  events.property = [](void* data, std::uint32_t subject, const char* key, const char*, const char* value) {
+    guarded("metadata", [&] { static_cast<DefaultMetadata*>(data)->take(subject, key, value); });
+    return 0;
+  };
+  return events;
+}();
+
+DefaultMetadata::DefaultMetadata(pw_context& context, std::function<void()> ready) : onReady_(std::move(ready)) {
   // Through the socket: this version of the server crashes when a client on its "internal" connection binds an object
   // that another process implements.
   const char* const name = pw_properties_get(pw_context_get_properties(&context), PW_KEY_CORE_NAME);
@@ -69,6 +97,7 @@ DefaultMetadata::DefaultMetadata(pw_context& context) {
     return;
   }
   pw_proxy_add_listener(reinterpret_cast<pw_proxy*>(core_), &coreProxyListener_, &coreProxyEvents, this);
+  pw_core_add_listener(core_, &coreListener_, &coreEvents, this);
   registry_ = pw_core_get_registry(core_, PW_VERSION_REGISTRY, 0);
   if (registry_ == nullptr) return;
   pw_proxy_add_listener(reinterpret_cast<pw_proxy*>(registry_), &registryProxyListener_, &registryProxyEvents, this);
@@ -86,13 +115,31 @@ void DefaultMetadata::bind(std::uint32_t id) {
   if (metadata_ != nullptr) return;
   metadata_ =
       static_cast<pw_proxy*>(pw_registry_bind(registry_, id, PW_TYPE_INTERFACE_Metadata, PW_VERSION_METADATA, 0));
-  if (metadata_ != nullptr) pw_proxy_add_listener(metadata_, &metadataProxyListener_, &metadataProxyEvents, this);
+  if (metadata_ == nullptr) return;
+  pw_proxy_add_listener(metadata_, &metadataProxyListener_, &metadataProxyEvents, this);
+  pw_metadata_add_listener(reinterpret_cast<pw_metadata*>(metadata_), &metadataListener_, &metadataEvents, this);
+  awaited_ = pw_core_sync(core_, PW_ID_CORE, 0);
 }
 
-void DefaultMetadata::moveStream(std::uint32_t streamNode, std::uint64_t targetSerial) {
-  const std::string value = std::to_string(targetSerial);
-  pw_metadata_set_property(reinterpret_cast<pw_metadata*>(metadata_), streamNode, "target.object", "Spa:Id",
-                           value.c_str());
+// Without a value the key goes, and without a key all of the subject's do.
+void DefaultMetadata::take(std::uint32_t subject, const char* key, const char* value) {
+  if (key == nullptr) {
+    std::erase_if(values_, [subject](const auto& entry) { return entry.first.first == subject; });
+  } else if (value == nullptr) {
+    values_.erase({subject, key});
+  } else {
+    values_[{subject, key}] = value;
+  }
+}
+
+const char* DefaultMetadata::value(std::uint32_t subject, const char* key) const {
+  const auto entry = values_.find({subject, key});
+  return entry == values_.end() ? nullptr : entry->second.c_str();
+}
+
+void DefaultMetadata::set(std::uint32_t subject, const char* key, const char* value) {
+  pw_metadata_set_property(reinterpret_cast<pw_metadata*>(metadata_), subject, key, "Spa:Id", value);
+  take(subject, key, value);
 }
 
 }  // namespace brindlemux::driver

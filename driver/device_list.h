@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -28,7 +30,9 @@ class DeviceList {
   /// The UIDs are distinct.
   bool apply(const std::vector<VirtualDeviceConfig>& configs);
 
-  /// Makes the nodes of every device anew, under the same names.
+  /// Makes the nodes of every device anew, under the same names: a session manager that starts leaves those alone that
+  /// another one has configured, and then links nothing at all. Streams that named the old nodes by number are told the
+  /// new ones when it is back.
   void recreateAll();
 
  private:
@@ -36,18 +40,34 @@ class DeviceList {
     VirtualDeviceConfig config;
     std::unique_ptr<PublishedDevice> device;
   };
+  struct Role {
+    std::string uid;
+    const ServerNode& (PublishedDevice::*node)() const;
+  };
 
   std::unique_ptr<PublishedDevice> publish(const VirtualDeviceConfig& config);
   Entry* find(const std::string& uid);
   void recreateLost();
+  void remember(const Entry& entry);
+  void handOver(Entry& entry);
+  void connect();
+  void sessionManagerReturned();
+  void tellNewNumbers();
+  bool isAwaited(const Entry& entry) const;
+  void relinkStreams();
+  bool isHandedOver(const std::string& uid) const;
   void stepHandovers();
 
   pw_context& context_;
   LoopEvent lost_;
   LoopTimer handoverTimer_;
+  LoopTimer relinkTimer_;
+  int relinkingsLeft_ = 0;
   std::vector<Entry> entries_;
   std::vector<Handover> handovers_;
-  /// Only while something is handed over.
+  /// What those serials were that belonged to the nodes of a device before others took their place.
+  std::map<std::uint64_t, Role> former_;
+  /// From the first time on that nodes took the place of others.
   std::optional<DefaultMetadata> metadata_;
 };
 

@@ -36,18 +36,31 @@ const pw_impl_metadata_events DriverProperty::objectEvents = [] {
     // The object listens to its implementation, which is us, and would leave its listener behind in our list.
     pw_impl_metadata_set_implementation(self.object_, nullptr);
     self.object_ = nullptr;
+    self.lost_.signal();
   };
   return events;
 }();
 
 DriverProperty::DriverProperty(pw_context& context, std::string value, Write write)
-    : value_(std::move(value)), write_(std::move(write)) {
+    : context_(context),
+      lost_(*pw_context_get_main_loop(&context), [this] { publish(); }),
+      value_(std::move(value)),
+      write_(std::move(write)) {
   interface_.type = PW_TYPE_INTERFACE_Metadata;
   interface_.version = PW_VERSION_METADATA;
   interface_.cb.funcs = &methods;
   interface_.cb.data = this;
   spa_hook_list_init(&listeners_);
-  object_ = pw_context_create_metadata(&context, driverBundleID.data(), nullptr, 0);
+  publish();
+}
+
+DriverProperty::~DriverProperty() {
+  // Its destroy event clears the pointer.
+  if (object_ != nullptr) pw_impl_metadata_destroy(object_);
+}
+
+void DriverProperty::publish() {
+  object_ = pw_context_create_metadata(&context_, driverBundleID.data(), nullptr, 0);
   if (object_ == nullptr) throw std::bad_alloc();
   pw_impl_metadata_add_listener(object_, &objectListener_, &objectEvents, this);
   pw_impl_metadata_set_implementation(object_, reinterpret_cast<pw_metadata*>(&interface_));
@@ -55,11 +68,6 @@ DriverProperty::DriverProperty(pw_context& context, std::string value, Write wri
     pw_impl_metadata_destroy(object_);
     throw std::bad_alloc();
   }
-}
-
-DriverProperty::~DriverProperty() {
-  // Its destroy event clears the pointer.
-  if (object_ != nullptr) pw_impl_metadata_destroy(object_);
 }
 
 int DriverProperty::addListener(spa_hook& listener, const pw_metadata_events& events, void* data) {

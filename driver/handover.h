@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 
@@ -11,11 +12,13 @@
 
 namespace brindlemux::driver {
 
-/// The end of a device's nodes whose successors, with another channel count, are already there: moves the streams over,
-/// and tells when the old nodes can go.
+/// The end of a device's nodes whose successors, with another channel count, are already there: waits until these can
+/// be used, moves the streams over that would not move by themselves, and tells when the old nodes can go.
 ///
 /// Were the old nodes simply destroyed, the session manager would move their streams to the default sink or source and
-/// leave them there: a call would go on with the real microphone. Owns the old nodes. Threads: the server's main loop.
+/// leave them there: a call would go on with the real microphone. Streams that name the device by its node's name, and
+/// those that follow the default, find the successor by themselves once it can be used. Streams that name the old node
+/// by its number are told the new one. Owns the old nodes. Threads: the server's main loop.
 class Handover {
  public:
   Handover(std::string uid, std::unique_ptr<PublishedDevice> old);

@@ -1,7 +1,11 @@
 #include <cerrno>
+#include <filesystem>
 #include <memory>
 #include <pipewire/impl.h>
+#include <stdexcept>
+#include <utility>
 
+#include "driver/device_file.h"
 #include "driver/driver_module.h"
 #include "driver/guarded.h"
 
@@ -10,7 +14,7 @@ namespace {
 
 /// The driver for as long as the server keeps the module; deletes itself when the server destroys it.
 struct LoadedModule {
-  explicit LoadedModule(pw_context& context) : driver(context) {}
+  LoadedModule(pw_context& context, std::filesystem::path devicesFile) : driver(context, std::move(devicesFile)) {}
 
   DriverModule driver;
   spa_hook listener = {};
@@ -26,10 +30,20 @@ const pw_impl_module_events moduleEvents = [] {
   return events;
 }();
 
-int load(pw_impl_module* module) noexcept {
+// The module's one argument, "devices.file": where the list of devices is kept; "" where it is not.
+std::filesystem::path devicesFile(const char* arguments) {
+  const std::unique_ptr<pw_properties, decltype(&pw_properties_free)> properties(
+      pw_properties_new_string(arguments == nullptr ? "" : arguments), pw_properties_free);
+  const char* const file = properties ? pw_properties_get(properties.get(), "devices.file") : nullptr;
+  if (file == nullptr) return DeviceFile::standardPath();
+  if (*file == '/' || *file == '\0') return file;
+  throw std::invalid_argument("devices.file is not an absolute path");
+}
+
+int load(pw_impl_module* module, const char* arguments) noexcept {
   int result = -ENOMEM;
   guarded("load", [&] {
-    auto loaded = std::make_unique<LoadedModule>(*pw_impl_module_get_context(module));
+    auto loaded = std::make_unique<LoadedModule>(*pw_impl_module_get_context(module), devicesFile(arguments));
     pw_impl_module_add_listener(module, &loaded->listener, &moduleEvents, loaded.get());
     // The server holds it from here on, through the listener.
     static_cast<void>(loaded.release());
@@ -49,6 +63,6 @@ int load(pw_impl_module* module) noexcept {
 }  // namespace brindlemux::driver
 
 /// What the server calls when it loads the module. 0, or a negative errno.
-extern "C" SPA_EXPORT int pipewire__module_init(pw_impl_module* module, const char*) {
-  return brindlemux::driver::load(module);
+extern "C" SPA_EXPORT int pipewire__module_init(pw_impl_module* module, const char* arguments) {
+  return brindlemux::driver::load(module, arguments);
 }

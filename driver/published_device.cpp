@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string>
 
+#include "driver/server_streams.h"
 #include "model/driver_payload.h"
 
 namespace brindlemux::driver {
@@ -19,7 +20,8 @@ std::string positions(std::size_t channels) {
 }
 
 // No node.group: a node that joins a running group before it is configured crashes the server. No priority.session: a
-// virtual device never becomes the default by itself.
+// virtual device never becomes the default by itself. No application.name: the session manager remembers volumes by it,
+// and would give every device the volume of the one that was changed last.
 NodeProperties nodeProperties(const VirtualDeviceConfig& config, std::size_t channels, const char* nodeName,
                               const char* mediaClass) {
   return {
@@ -32,7 +34,6 @@ NodeProperties nodeProperties(const VirtualDeviceConfig& config, std::size_t cha
       // Without it the volume of the device would not act on what is recorded from it.
       {"monitor.channel-volumes", "true"},
       {PW_KEY_NODE_VIRTUAL, "true"},
-      {PW_KEY_APP_NAME, "Brindlemux"},
       {PW_KEY_APP_ICON_NAME, "com.brindlemux.Brindlemux"},
       {PW_KEY_DEVICE_ICON_NAME, "com.brindlemux.Brindlemux"},
       {driverNodeDeviceKey.data(), config.uid},
@@ -50,7 +51,8 @@ std::unique_ptr<PublishedDevice> PublishedDevice::create(pw_context& context, co
                                      nodeProperties(config, channels, config.uid.c_str(), "Audio/Sink"), events);
   if (!device->sink_) return nullptr;
   device->source_ = ServerNode::create(
-      context, "adapter", nodeProperties(config, channels, (config.uid + ".source").c_str(), "Audio/Source/Virtual"),
+      context, "adapter",
+      nodeProperties(config, channels, (config.uid + std::string(driverSourceSuffix)).c_str(), "Audio/Source/Virtual"),
       events);
   if (!device->source_) return nullptr;
   device->portsChanged_.signal();
@@ -73,6 +75,10 @@ bool PublishedDevice::complete() const noexcept { return sink_->node() != nullpt
 
 bool PublishedDevice::looped() const noexcept {
   return std::ranges::all_of(links_, [](const auto& link) { return link->up(); });
+}
+
+bool PublishedDevice::isLinkedTo(const pw_impl_node* node) const {
+  return areLinked(context_, node, sink_->node()) || areLinked(context_, node, source_->node());
 }
 
 void PublishedDevice::link() {

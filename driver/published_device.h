@@ -33,6 +33,8 @@ class PublishedDevice {
   /// Whether every channel is looped.
   bool looped() const noexcept;
 
+  /// Whether either node is linked to that one.
+  bool isLinkedTo(const pw_impl_node* node) const;
   const ServerNode& sink() const noexcept { return *sink_; }
   const ServerNode& source() const noexcept { return *source_; }
 

@@ -68,7 +68,8 @@ directory=$(cd "$directory" && pwd) || exit 1
 mkdir -p "$directory"/{run,log,state,data,cache} "$directory"/config/pipewire/{pipewire,pipewire-pulse}.conf.d \
   "$directory"/config/wireplumber/{main,bluetooth}.lua.d || fail "cannot create folders below $directory"
 chmod 700 "$directory/run"
-rm -f "$directory"/log/*.log "$directory"/*.pid
+# The sockets are left behind by a server that was killed, and would be taken for those of the next one.
+rm -f "$directory"/log/*.log "$directory"/*.pid "$directory"/run/pipewire-* "$directory"/run/pulse/native
 
 # ---- Configuration: the distribution's own files, and what differs from them as drop-ins.
 

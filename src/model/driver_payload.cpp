@@ -17,7 +17,8 @@ constexpr int deepestNesting = 16;
 
 // Whether the text is non-empty and free of control characters (U+0000 to U+001F, U+007F to U+009F). The text is
 // well-formed UTF-8, in which the last 32 of them are C2 80 to C2 9F.
-bool isLabel(std::string_view text) {
+bool isLabel(std::string_view text, std::size_t mostBytes) {
+  if (text.size() > mostBytes) return false;
   unsigned char previous = 0;
   for (const char character : text) {
     const auto byte = static_cast<unsigned char>(character);
@@ -27,11 +28,11 @@ bool isLabel(std::string_view text) {
   return !text.empty();
 }
 
-const std::string* labelMember(const Json& object, const char* key) {
+const std::string* labelMember(const Json& object, const char* key, std::size_t mostBytes) {
   const auto member = object.find(key);
   if (member == object.end() || !member->is_string()) return nullptr;
   const auto& text = member->get_ref<const std::string&>();
-  return isLabel(text) ? &text : nullptr;
+  return isLabel(text, mostBytes) ? &text : nullptr;
 }
 
 std::optional<std::int64_t> channelsMember(const Json& object) {
@@ -97,14 +98,20 @@ std::variant<std::vector<VirtualDeviceConfig>, PayloadError> decodeDriverPayload
   for (const Json& element : *list) {
     const std::size_t index = devices.size();
     if (!element.is_object()) return elementError(index, "is not an object");
-    const std::string* uid = labelMember(element, "uid");
+    const std::string* uid = labelMember(element, "uid", driverPayloadMostUIDBytes);
     if (uid == nullptr) return elementError(index, "has no usable \"uid\"");
-    const std::string* name = labelMember(element, "name");
+    const std::string* name = labelMember(element, "name", driverPayloadMostNameBytes);
     if (name == nullptr) return elementError(index, "has no usable \"name\"");
     const std::optional<std::int64_t> channels = channelsMember(element);
     if (!channels) return elementError(index, "has no \"channels\" from 1 to 64");
     if (!uids.insert(*uid).second) return elementError(index, "has the UID of an earlier one");
     devices.push_back({*uid, *name, *channels});
+  }
+  for (std::size_t index = 0; index < devices.size(); ++index) {
+    std::string_view uid = devices[index].uid;
+    if (!uid.ends_with(driverSourceSuffix)) continue;
+    uid.remove_suffix(driverSourceSuffix.size());
+    if (uids.contains(uid)) return elementError(index, "has a UID that another one's source is called by");
   }
   return devices;
 }

@@ -16,12 +16,17 @@ inline constexpr std::string_view driverBundleID = "com.brindlemux.driver";
 inline constexpr std::string_view driverPropertyKey = "bxcf";
 /// Every virtual device's UID begins with this.
 inline constexpr std::string_view virtualDeviceUIDPrefix = "BrindlemuxAudio_UID";
+/// What a device's source is called beside its sink, which is called by the UID alone.
+inline constexpr std::string_view driverSourceSuffix = ".source";
 /// Node property that both nodes of a virtual device carry; its value is the device's UID.
 inline constexpr std::string_view driverNodeDeviceKey = "brindlemux.device.uid";
 
 /// Limits that no real list comes near; they keep a hostile payload from exhausting the audio server.
 inline constexpr std::size_t driverPayloadMostBytes = 1 << 20;
 inline constexpr std::size_t driverPayloadMostDevices = 256;
+/// In UTF-8. Both are shown to every client of the server, in properties that are not made for more.
+inline constexpr std::size_t driverPayloadMostUIDBytes = 256;
+inline constexpr std::size_t driverPayloadMostNameBytes = 1024;
 
 /// Why a payload is refused, in one sentence.
 struct PayloadError {
@@ -33,9 +38,9 @@ struct PayloadError {
 std::string encodeDriverPayload(const std::vector<VirtualDeviceConfig>& devices);
 
 /// Reads the text as the driver accepts it: an object with the array "devices", each element an object with "uid" and
-/// "name" as non-empty strings without control characters and "channels" as an integer from 1 to 64, no UID twice;
-/// other members are ignored. Anything else, ill-formed UTF-8, trailing text and what exceeds the limits above
-/// included, is refused whole.
+/// "name" as non-empty strings without control characters and "channels" as an integer from 1 to 64; other members are
+/// ignored. No UID is there twice, and none is another one with `driverSourceSuffix`: a node would have to carry both
+/// names. Anything else, ill-formed UTF-8, trailing text and what exceeds the limits above included, is refused whole.
 std::variant<std::vector<VirtualDeviceConfig>, PayloadError> decodeDriverPayload(std::string_view text);
 
 }  // namespace brindlemux

@@ -33,6 +33,12 @@ bool DriverFixture::isUp(const ServerDump& dump, const VirtualDeviceConfig& devi
          dump.linkCount(*sink, *source) == device.channels;
 }
 
+bool DriverFixture::isLinked(const ServerDump& dump, const std::string& streamName, const ServerDump::Node& node) {
+  return std::ranges::any_of(dump.nodesNamed(streamName), [&](const ServerDump::Node& stream) {
+    return dump.linkCount(stream, node) + dump.linkCount(node, stream) >= 2;
+  });
+}
+
 void DriverFixture::publish(const std::vector<VirtualDeviceConfig>& devices) {
   write(devices);
   ASSERT_TRUE(waitUntil([&] {

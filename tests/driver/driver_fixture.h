@@ -19,6 +19,8 @@ class DriverFixture : public testing::Test {
   void write(const std::vector<VirtualDeviceConfig>& devices);
   /// Whether the device's nodes have all their ports and are looped in the dump.
   static bool isUp(const ServerDump& dump, const VirtualDeviceConfig& device);
+  /// Whether a stream of that name is linked to the node, on both channels of its own.
+  static bool isLinked(const ServerDump& dump, const std::string& streamName, const ServerDump::Node& node);
   /// Writes the list and waits until every device in it is up.
   void publish(const std::vector<VirtualDeviceConfig>& devices);
   ServerDump dump() const { return ServerDump(server_); }

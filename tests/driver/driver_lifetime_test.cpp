@@ -27,20 +27,6 @@ class DriverLifetime : public DriverFixture {
   }
 };
 
-// The native command with a node name of its own.
-std::vector<std::string> named(const std::string& name, std::vector<std::string> command) {
-  command.push_back("--properties={\"node.name\":\"" + name + "\"}");
-  return command;
-}
-
-// Whether the stream of that name is linked to the node, on every channel of the stream's own.
-bool isLinked(const ServerDump& dump, const std::string& streamName, const ServerDump::Node& node) {
-  for (const ServerDump::Node& stream : dump.nodesNamed(streamName)) {
-    if (dump.linkCount(stream, node) + dump.linkCount(node, stream) >= 2) return true;
-  }
-  return false;
-}
-
 TEST_F(DriverLifetime, unloadingTakesEverythingAway) {
   publish({{"a", "A", 2}, {"b", "B", 16}});
   PropertyClient bound(server_);
@@ -131,6 +117,21 @@ TEST_F(DriverLifetime, aNodeThatAClientDestroysComesBack) {
   }));
   EXPECT_EQ(client.write(encodeDriverPayload({})), encodeDriverPayload({}));
   EXPECT_TRUE(server_.running());
+}
+
+TEST_F(DriverLifetime, thePropertyAndTheClockThatAClientDestroysComeBack) {
+  publish({{"a", "A", 2}});
+  for (const char* name : {"com.brindlemux.driver", "brindlemux.clock"}) {
+    PropertyClient client(server_);
+    const auto before = client.globalsNamed(name);
+    ASSERT_EQ(before.size(), 1u) << name;
+    client.destroy(before.front());
+    EXPECT_TRUE(waitUntil([&] { return client.synchronise() && client.globalsNamed(name).size() == 1; })) << name;
+    EXPECT_EQ(PropertyClient(server_).value(), encodeDriverPayload({{"a", "A", 2}}));
+  }
+  PropertyClient client(server_);
+  EXPECT_EQ(client.write(encodeDriverPayload({{"a", "B", 2}})), encodeDriverPayload({{"a", "B", 2}}));
+  EXPECT_EQ(dump().node("brindlemux.clock")->property("node.group"), "brindlemux");
 }
 
 TEST_F(DriverLifetime, theServerStartsAgainWithTheDriver) {

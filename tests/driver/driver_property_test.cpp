@@ -71,6 +71,8 @@ TEST_F(DriverProperty, aRefusedPayloadLeavesTheListInForce) {
         std::string(R"({"devices":[7]})"), R"({"devices":[)" + device + "," + device + "]}",
         R"({"devices":[)" + device + "]} and more",
         std::string(R"({"devices":[{"uid":"x","name":"X","channels":65}]})"),
+        std::string(R"({"devices":[{"uid":"x","name":"a\nb","channels":2}]})"),
+        R"({"devices":[)" + device + R"(,{"uid":"x.source","name":"X","channels":2}]})",
         std::string(R"({"devices":[{"uid":"x","name":"X","channels":"2"}]})"),
         std::string("{\"devices\":[{\"uid\":\"x\",\"name\":\"\xFF\",\"channels\":2}]}")}) {
     const int before = client.showings();
@@ -99,6 +101,15 @@ TEST_F(DriverProperty, outlivesHugeAndDeeplyNestedPayloads) {
   }
   EXPECT_TRUE(client.synchronise());
   EXPECT_EQ(client.write(emptyList), emptyList);
+  EXPECT_TRUE(server_.running());
+}
+
+TEST_F(DriverProperty, refusesTenThousandDevices) {
+  PropertyClient client(server_);
+  client.write(encodeDriverPayload(two));
+  Devices many;
+  for (int i = 0; i < 10'000; ++i) many.push_back({"uid" + std::to_string(i), "n", 2});
+  EXPECT_EQ(client.write(encodeDriverPayload(many)), encodeDriverPayload(two));
   EXPECT_TRUE(server_.running());
 }
 

@@ -51,8 +51,9 @@ PropertyClient::PropertyClient(const PrivateServer& server) {
       };
       if (spa_streq(type, PW_TYPE_INTERFACE_Node)) self.names_[id] = property(PW_KEY_NODE_NAME);
       if (spa_streq(type, PW_TYPE_INTERFACE_Module)) self.names_[id] = property(PW_KEY_MODULE_NAME);
-      if (spa_streq(type, PW_TYPE_INTERFACE_Metadata) && property(PW_KEY_METADATA_NAME) == driverBundleID) {
-        self.bindDriver(id);
+      if (spa_streq(type, PW_TYPE_INTERFACE_Metadata)) {
+        self.names_[id] = property(PW_KEY_METADATA_NAME);
+        if (self.names_[id] == driverBundleID && self.metadata_ == nullptr) self.bindDriver(id);
       }
     };
     events.global_remove = [](void* data, std::uint32_t id) { static_cast<PropertyClient*>(data)->names_.erase(id); };

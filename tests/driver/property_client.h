@@ -32,7 +32,7 @@ class PropertyClient {
   /// Waits for the server's reply; false when the connection has ended.
   bool synchronise();
 
-  /// The global ids of the nodes or modules of that name.
+  /// The global ids of the nodes, modules or metadata objects of that name.
   std::vector<std::uint32_t> globalsNamed(const std::string& name) const;
   /// Asks the server to destroy an object.
   void destroy(std::uint32_t id);

@@ -101,6 +101,11 @@ std::vector<std::string> pulsePlayer(const std::string& sink, std::size_t channe
   return {"paplay", "--channel-map=" + pulseChannelMap(channels), "--device=" + sink};
 }
 
+std::vector<std::string> named(const std::string& name, std::vector<std::string> command) {
+  command.push_back("--properties={\"node.name\":\"" + name + "\"}");
+  return command;
+}
+
 std::unique_ptr<ChildProcess> play(const PrivateServer& server, std::vector<std::string> command,
                                    const WavFile& samples, const std::string& fileName) {
   const auto path = server.folder() / fileName;

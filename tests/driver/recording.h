@@ -48,6 +48,9 @@ std::vector<std::string> pulseRecorder(const std::string& source, std::size_t ch
 std::vector<std::string> nativePlayer(const std::string& target, std::size_t channels);
 std::vector<std::string> pulsePlayer(const std::string& sink, std::size_t channels);
 
+/// The native command with a node name of its own.
+std::vector<std::string> named(const std::string& name, std::vector<std::string> command);
+
 /// Starts a player on samples that it writes into a file first.
 std::unique_ptr<ChildProcess> play(const PrivateServer& server, std::vector<std::string> command,
                                    const WavFile& samples, const std::string& fileName);

@@ -104,6 +104,34 @@ TEST(DriverPayload, refusesOneUidTwice) {
             2u);
 }
 
+TEST(DriverPayload, refusesAUidThatAnothersSourceIsCalledBy) {
+  const VirtualDeviceConfig a = {"a", "A", 2};
+  const VirtualDeviceConfig source = {"a.source", "B", 2};
+  EXPECT_TRUE(refused(encodeDriverPayload({a, source})));
+  EXPECT_TRUE(refused(encodeDriverPayload({source, {"b", "B", 2}, a})));
+  EXPECT_EQ(accepted(encodeDriverPayload({source})), Devices{source});
+  const Devices apart = {a, {"a.sources", "A", 2}, {"A.source", "A", 2}, {".source", "A", 2}, {"a.b.source", "A", 2}};
+  EXPECT_EQ(accepted(encodeDriverPayload(apart)), apart);
+}
+
+TEST(DriverPayload, refusesLongerUidsAndNamesThanTheLimits) {
+  const VirtualDeviceConfig longest = {std::string(driverPayloadMostUIDBytes, 'u'),
+                                       std::string(driverPayloadMostNameBytes, 'n'), 2};
+  EXPECT_EQ(accepted(encodeDriverPayload({longest})), Devices{longest});
+  EXPECT_TRUE(refused(encodeDriverPayload({{longest.uid + "u", "n", 2}})));
+  EXPECT_TRUE(refused(encodeDriverPayload({{"u", longest.name + "n", 2}})));
+}
+
+TEST(DriverPayload, takesNamesInAnyScript) {
+  // Combining marks, right to left, joiners, planes beyond the first, a noncharacter, the last code point of all.
+  const Devices devices = {{"u", "e\u0301", 2},
+                           {"v", "\u05E9\u05DC\u05D5\u05DD \u200F\u202E", 2},
+                           {"w", "\U0001F468\u200D\U0001F469\u200D\U0001F467", 2},
+                           {"x", "\uFFFE\U0010FFFF", 2},
+                           {"\u97F3 1", "<b>&amp; {\"}' %s $HOME", 2}};
+  EXPECT_EQ(accepted(encodeDriverPayload(devices)), devices);
+}
+
 TEST(DriverPayload, refusesControlCharacters) {
   for (const char* name : {R"(a\nb)", R"(\u0000)", R"(a\u001f)", R"(\u007f)", R"(\u0080)", R"(x\u009f)", "\xC2\x85"}) {
     EXPECT_TRUE(refused(withName(name))) << name;
