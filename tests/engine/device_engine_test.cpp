@@ -478,26 +478,6 @@ TEST_F(DeviceEngineTest, theLatestFailureIsKept) {
   EXPECT_THAT(hardware.liveResources(), SizeIs(4));
 }
 
-// Every changing call fails once, in turn: nothing leaks, nothing throws, and the next reconcile mends it.
-TEST_F(DeviceEngineTest, anyFailingCallIsMendedByTheNextReconcile) {
-  addMic(1);
-  addApp(2);
-  addSource(3, SystemAudioSource{});
-  addMonitor(4);
-  const std::size_t calls = reconcile().size();
-  const std::size_t resources = hardware.liveResources().size();
-  ASSERT_GT(calls, 30U);
-  for (std::size_t call = 1; call <= calls; ++call) {
-    engine.stopAll();
-    ASSERT_THAT(hardware.liveResources(), IsEmpty()) << "call " << call;
-    hardware.journal().failCall(static_cast<std::int64_t>(call), -50);
-    reconcile();
-    ASSERT_EQ(hardware.journal().pendingFaults(), 0U) << "call " << call;
-    reconcile();
-    ASSERT_THAT(hardware.liveResources(), SizeIs(resources)) << "call " << call;
-  }
-}
-
 // Sound.
 
 // The microphone's 0.25 goes at gain 0.5 to both channels, the application's 0.125 at unity to the first.
