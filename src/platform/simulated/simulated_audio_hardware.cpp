@@ -63,7 +63,7 @@ PropertyValue configuration(const std::vector<VirtualDeviceConfig>& devices) {
 
 }  // namespace
 
-SimulatedAudioHardware::SimulatedAudioHardware() : cycles_(objects_, io_) {
+SimulatedAudioHardware::SimulatedAudioHardware() : cycles_(lock_, objects_, io_) {
   StreamFormat format;
   format.sampleRate = 48000;
   format.formatFlags = kAudioFormatFlagIsFloat | kAudioFormatFlagIsPacked;
@@ -76,12 +76,22 @@ SimulatedAudioHardware::SimulatedAudioHardware() : cycles_(objects_, io_) {
 }
 
 AudioObjectID SimulatedAudioHardware::addDevice(SimulatedDevice device) {
+  const std::lock_guard guard(lock_);
+  return add(std::move(device));
+}
+
+void SimulatedAudioHardware::removeDevice(AudioObjectID device) {
+  const std::lock_guard guard(lock_);
+  remove(device);
+}
+
+AudioObjectID SimulatedAudioHardware::add(SimulatedDevice device) {
   const AudioObjectID id = objects_.add(std::move(device));
   notifyDeviceList();
   return id;
 }
 
-void SimulatedAudioHardware::removeDevice(AudioObjectID device) {
+void SimulatedAudioHardware::remove(AudioObjectID device) {
   if (objects_.device(device) == nullptr) return;
   io_.deviceWasRemoved(device);
   cycles_.deviceWasRemoved(device);
@@ -102,9 +112,69 @@ SimulatedProcess& SimulatedAudioHardware::process(AudioObjectID process) {
   return *found;
 }
 
-AudioObjectID SimulatedAudioHardware::addProcess(SimulatedProcess process) { return objects_.add(std::move(process)); }
+AudioObjectID SimulatedAudioHardware::deviceWithUID(std::string_view uid) const {
+  const std::lock_guard guard(lock_);
+  return objects_.deviceWithUID(uid);
+}
+
+AudioObjectID SimulatedAudioHardware::addProcess(SimulatedProcess process) {
+  const std::lock_guard guard(lock_);
+  return objects_.add(std::move(process));
+}
+
+void SimulatedAudioHardware::removeProcess(AudioObjectID process) {
+  const std::lock_guard guard(lock_);
+  objects_.remove(process);
+}
+
+void SimulatedAudioHardware::setDefaultOutputDevice(AudioObjectID device) {
+  const std::lock_guard guard(lock_);
+  objects_.setDefaultOutputDevice(device);
+}
+
+void SimulatedAudioHardware::setTapFormat(const StreamFormat& format) {
+  const std::lock_guard guard(lock_);
+  objects_.setTapFormat(format);
+}
+
+void SimulatedAudioHardware::setTapBlockPattern(std::vector<std::uint32_t> frames) {
+  const std::lock_guard guard(lock_);
+  objects_.setTapBlockPattern(std::move(frames));
+}
+
+void SimulatedAudioHardware::setAnswer(AudioObjectID object, const AudioObjectPropertyAddress& address,
+                                       SimulatedAnswer answer) {
+  const std::lock_guard guard(lock_);
+  objects_.setAnswer(object, address, std::move(answer));
+}
+
+void SimulatedAudioHardware::clearAnswer(AudioObjectID object, const AudioObjectPropertyAddress& address) {
+  const std::lock_guard guard(lock_);
+  objects_.clearAnswer(object, address);
+}
+
+void SimulatedAudioHardware::advance(std::int64_t frames) {
+  if (threads_) fatalError("time passes by itself");
+  cycles_.advance(frames);
+}
+
+std::int64_t SimulatedAudioHardware::now() const {
+  const std::lock_guard guard(lock_);
+  return cycles_.now();
+}
+
+SimulatedCycles::Recording SimulatedAudioHardware::takeOutput(AudioObjectID device) {
+  const std::lock_guard guard(lock_);
+  return cycles_.takeOutput(device);
+}
+
+void SimulatedAudioHardware::startThreads(SimulatedThreads::Model model) {
+  threads_.reset();
+  threads_.emplace(cycles_, cycles_.now(), model);
+}
 
 AudioObjectID SimulatedAudioHardware::installDriver(const std::vector<VirtualDeviceConfig>& devices) {
+  const std::lock_guard guard(lock_);
   if (driver_ == kAudioObjectUnknown) driver_ = objects_.addPlugIn(std::string(driverBundleID));
   objects_.setPlugInConfiguration(devices.empty() ? PropertyValue{} : configuration(devices));
   publish(devices);
@@ -112,12 +182,14 @@ AudioObjectID SimulatedAudioHardware::installDriver(const std::vector<VirtualDev
 }
 
 void SimulatedAudioHardware::uninstallDriver() {
+  const std::lock_guard guard(lock_);
   publish({});
   objects_.remove(driver_);
   driver_ = kAudioObjectUnknown;
 }
 
 std::vector<std::string> SimulatedAudioHardware::liveResources() const {
+  const std::lock_guard guard(lock_);
   std::vector<std::string> lines;
   const auto add = [&lines](std::string line, bool running) {
     lines.push_back(std::move(line) + (running ? " running" : ""));
@@ -145,7 +217,7 @@ void SimulatedAudioHardware::publish(const std::vector<VirtualDeviceConfig>& dev
   for (const std::string& uid : publishedUIDs_) {
     const bool stays = std::any_of(devices.begin(), devices.end(),
                                    [&uid](const VirtualDeviceConfig& config) { return config.uid == uid; });
-    if (!stays) removeDevice(objects_.deviceWithUID(uid));
+    if (!stays) remove(objects_.deviceWithUID(uid));
   }
   publishedUIDs_.clear();
   for (const VirtualDeviceConfig& config : devices) {
@@ -159,8 +231,8 @@ void SimulatedAudioHardware::publish(const std::vector<VirtualDeviceConfig>& dev
       notifyDeviceList();
       continue;
     }
-    removeDevice(known);
-    addDevice(wanted);
+    remove(known);
+    add(wanted);
   }
 }
 

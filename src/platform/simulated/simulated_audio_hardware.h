@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -14,13 +16,15 @@
 #include "platform/simulated/simulated_cycles.h"
 #include "platform/simulated/simulated_io.h"
 #include "platform/simulated/simulated_objects.h"
+#include "platform/simulated/simulated_threads.h"
 
 namespace brindlemux {
 
 /// An audio server in memory: devices, processes and the driver are a table that a test fills, sound flows when the
 /// test advances virtual time, every call is journaled, and any call can be made to fail.
 ///
-/// Threads: one at a time; callbacks run inside advance().
+/// Threads: everything on one, where callbacks run inside advance(); with startThreads() they run on threads of the
+/// server's own instead, and the calls of AudioHardware may come from several.
 class SimulatedAudioHardware final : public AudioHardware {
  public:
   SimulatedAudioHardware();
@@ -30,15 +34,18 @@ class SimulatedAudioHardware final : public AudioHardware {
   AudioObjectID addDevice(SimulatedDevice device);
   /// Its I/O procedures go with it. An unknown one is ignored.
   void removeDevice(AudioObjectID device);
-  /// The record of a device or process that is there, to read and to change; anything else is fatal.
+  /// The record of a device or process that is there, to read and to change while no threads run; anything else is
+  /// fatal.
   SimulatedDevice& device(AudioObjectID device);
   SimulatedProcess& process(AudioObjectID process);
-  AudioObjectID deviceWithUID(std::string_view uid) const { return objects_.deviceWithUID(uid); }
+  AudioObjectID deviceWithUID(std::string_view uid) const;
 
   AudioObjectID addProcess(SimulatedProcess process);
-  void removeProcess(AudioObjectID process) { objects_.remove(process); }
-  void setDefaultOutputDevice(AudioObjectID device) { objects_.setDefaultOutputDevice(device); }
-  void setTapFormat(const StreamFormat& format) { objects_.setTapFormat(format); }
+  void removeProcess(AudioObjectID process);
+  void setDefaultOutputDevice(AudioObjectID device);
+  void setTapFormat(const StreamFormat& format);
+  /// The lengths of the I/O blocks of every tap's aggregate device, as a device has them.
+  void setTapBlockPattern(std::vector<std::uint32_t> frames);
 
   /// Installs the driver with a list that it publishes at once; its configuration starts as null when the list is
   /// empty.
@@ -49,12 +56,8 @@ class SimulatedAudioHardware final : public AudioHardware {
   /// The rate of the devices that the driver publishes from here on.
   void setDriverSampleRate(double hertz) { driverSampleRateHz_ = hertz; }
 
-  void setAnswer(AudioObjectID object, const AudioObjectPropertyAddress& address, SimulatedAnswer answer) {
-    objects_.setAnswer(object, address, std::move(answer));
-  }
-  void clearAnswer(AudioObjectID object, const AudioObjectPropertyAddress& address) {
-    objects_.clearAnswer(object, address);
-  }
+  void setAnswer(AudioObjectID object, const AudioObjectPropertyAddress& address, SimulatedAnswer answer);
+  void clearAnswer(AudioObjectID object, const AudioObjectPropertyAddress& address);
 
   /// Whether createAudioUnit makes a unit, or answers success without one.
   enum class UnitCreation { makes, succeedsWithoutUnit };
@@ -62,16 +65,25 @@ class SimulatedAudioHardware final : public AudioHardware {
 
   // What happened.
 
+  /// To be read while no other thread calls.
   CallJournal& journal() noexcept { return journal_; }
   /// A line for every I/O procedure, unit, tap and aggregate that exists, running ones marked; none when nothing
   /// leaked.
   std::vector<std::string> liveResources() const;
 
-  // Time.
+  // Time, in frames at 48000 Hz.
 
-  void advance(std::int64_t frames) { cycles_.advance(frames); }
-  std::int64_t now() const noexcept { return cycles_.now(); }
-  SimulatedCycles::Recording takeOutput(AudioObjectID device) { return cycles_.takeOutput(device); }
+  /// Runs every I/O cycle that falls due, in order. Fatal while threads run.
+  void advance(std::int64_t frames);
+  std::int64_t now() const;
+  /// What has been played into the device since the last call, channel by channel.
+  SimulatedCycles::Recording takeOutput(AudioObjectID device);
+  /// What runs every callback of the program, to be set before any runs.
+  void setCallbackRunner(CallbackRunner runner) { cycles_.setCallbackRunner(std::move(runner)); }
+
+  /// Lets time pass by itself, on other threads, until stopThreads() or the end.
+  void startThreads(SimulatedThreads::Model model);
+  void stopThreads() { threads_.reset(); }
 
   // AudioHardware.
 
@@ -111,12 +123,17 @@ class SimulatedAudioHardware final : public AudioHardware {
     std::function<void()> callback;
   };
 
+  // With the lock held.
+  AudioObjectID add(SimulatedDevice device);
+  void remove(AudioObjectID device);
   bool isDevice(AudioObjectID object) const;
   void pollSampleRate(AudioObjectID device) const;
   OSStatus configureDriver(const PropertyValue& value);
   void publish(const std::vector<VirtualDeviceConfig>& devices);
   void notifyDeviceList();
 
+  /// Guards everything but what runs the callbacks; never held while one runs.
+  mutable std::mutex lock_;
   // Reads are const to their callers, but they are journaled, and a rate may be accepted after so many of them.
   mutable CallJournal journal_;
   mutable SimulatedObjects objects_;
@@ -128,6 +145,8 @@ class SimulatedAudioHardware final : public AudioHardware {
   std::vector<std::string> publishedUIDs_;
   double driverSampleRateHz_ = 48000;
   UnitCreation unitCreation_ = UnitCreation::makes;
+  /// Ends before anything that its threads use.
+  std::optional<SimulatedThreads> threads_;
 };
 
 }  // namespace brindlemux

@@ -53,17 +53,20 @@ bool SimulatedAudioHardware::isDevice(AudioObjectID object) const {
 }
 
 bool SimulatedAudioHardware::hasProperty(AudioObjectID object, const AudioObjectPropertyAddress& address) const {
+  const std::lock_guard guard(lock_);
   return objects_.hasProperty(object, address);
 }
 
 OSStatus SimulatedAudioHardware::propertyDataSize(AudioObjectID object, const AudioObjectPropertyAddress& address,
                                                   std::uint32_t& size) const {
+  const std::lock_guard guard(lock_);
   return journal_.read(address.selector, "propertyDataSize " + objects_.label(object) + ' ' + addressText(address),
                        [&] { return objects_.size(object, address, size); });
 }
 
 OSStatus SimulatedAudioHardware::propertyData(AudioObjectID object, const AudioObjectPropertyAddress& address,
                                               const PropertyValue& qualifier, PropertyValue& value) const {
+  const std::lock_guard guard(lock_);
   std::string line = "propertyData " + objects_.label(object) + ' ' + addressText(address);
   if (qualifier != PropertyValue{}) line += " of " + propertyText(qualifier);
   return journal_.read(address.selector, std::move(line), [&] {
@@ -83,6 +86,7 @@ void SimulatedAudioHardware::pollSampleRate(AudioObjectID device) const {
 
 OSStatus SimulatedAudioHardware::setPropertyData(AudioObjectID object, const AudioObjectPropertyAddress& address,
                                                  const PropertyValue& value) {
+  const std::lock_guard guard(lock_);
   std::string line =
       "setPropertyData " + objects_.label(object) + ' ' + addressText(address) + " = " + propertyText(value);
   return journal_.change(std::move(line), [&](std::string&) -> OSStatus {
@@ -101,6 +105,7 @@ OSStatus SimulatedAudioHardware::setPropertyData(AudioObjectID object, const Aud
     if (address.selector == kAudioDevicePropertyNominalSampleRate && device != nullptr) {
       const auto* hertz = std::get_if<double>(&value);
       if (hertz == nullptr || !(*hertz > 0)) return kAudioHardwareIllegalOperationError;
+      if (device->ratePolicy == SampleRatePolicy::refuses) return kAudioHardwareUnsupportedOperationError;
       const bool waits = device->ratePolicy == SampleRatePolicy::acceptsAfterPolls && device->pollsUntilAccepted > 0;
       if (waits) {
         pendingRates_[object] = {*hertz, device->pollsUntilAccepted};
@@ -115,6 +120,7 @@ OSStatus SimulatedAudioHardware::setPropertyData(AudioObjectID object, const Aud
 
 OSStatus SimulatedAudioHardware::addPropertyListener(AudioObjectID object, const AudioObjectPropertyAddress& address,
                                                      Scheduler& queue, std::function<void()> listener) {
+  const std::lock_guard guard(lock_);
   return journal_.change("addPropertyListener " + objects_.label(object) + ' ' + addressText(address),
                          [&](std::string&) -> OSStatus {
                            if (!objects_.hasProperty(object, address)) return kAudioHardwareUnknownPropertyError;
@@ -125,6 +131,7 @@ OSStatus SimulatedAudioHardware::addPropertyListener(AudioObjectID object, const
 
 OSStatus SimulatedAudioHardware::createIOProc(AudioObjectID device, std::string_view queueLabel, IOBlock block,
                                               AudioDeviceIOProcID& procedure) {
+  const std::lock_guard guard(lock_);
   return journal_.change("createIOProc " + objects_.label(device) + " on " + std::string(queueLabel),
                          [&](std::string& result) -> OSStatus {
                            if (!isDevice(device)) return kAudioHardwareBadDeviceError;
@@ -135,24 +142,28 @@ OSStatus SimulatedAudioHardware::createIOProc(AudioObjectID device, std::string_
 }
 
 OSStatus SimulatedAudioHardware::destroyIOProc(AudioObjectID device, AudioDeviceIOProcID procedure) {
+  const std::lock_guard guard(lock_);
   return journal_.change("destroyIOProc " + objects_.label(device) + ' ' + procLabel(procedure), [&](std::string&) {
     return isDevice(device) ? io_.destroyProc(device, procedure) : kAudioHardwareBadDeviceError;
   });
 }
 
 OSStatus SimulatedAudioHardware::startDevice(AudioObjectID device, AudioDeviceIOProcID procedure) {
+  const std::lock_guard guard(lock_);
   return journal_.change("startDevice " + objects_.label(device) + ' ' + procLabel(procedure), [&](std::string&) {
     return isDevice(device) ? io_.start(device, procedure) : kAudioHardwareBadDeviceError;
   });
 }
 
 OSStatus SimulatedAudioHardware::stopDevice(AudioObjectID device, AudioDeviceIOProcID procedure) {
+  const std::lock_guard guard(lock_);
   return journal_.change("stopDevice " + objects_.label(device) + ' ' + procLabel(procedure), [&](std::string&) {
     return isDevice(device) ? io_.stop(device, procedure) : kAudioHardwareBadDeviceError;
   });
 }
 
 OSStatus SimulatedAudioHardware::createProcessTap(const TapDescription& tapDescription, AudioObjectID& tap) {
+  const std::lock_guard guard(lock_);
   return journal_.change("createProcessTap " + description(tapDescription), [&](std::string& result) -> OSStatus {
     for (const AudioObjectID process : tapDescription.processes) {
       if (objects_.process(process) == nullptr) return kAudioHardwareBadObjectError;
@@ -164,6 +175,7 @@ OSStatus SimulatedAudioHardware::createProcessTap(const TapDescription& tapDescr
 }
 
 OSStatus SimulatedAudioHardware::destroyProcessTap(AudioObjectID tap) {
+  const std::lock_guard guard(lock_);
   return journal_.change("destroyProcessTap " + objects_.label(tap), [&](std::string&) -> OSStatus {
     if (objects_.tap(tap) == nullptr) return kAudioHardwareBadObjectError;
     objects_.remove(tap);
@@ -172,6 +184,7 @@ OSStatus SimulatedAudioHardware::destroyProcessTap(AudioObjectID tap) {
 }
 
 OSStatus SimulatedAudioHardware::createAggregateDevice(const Dictionary& dictionary, AudioObjectID& device) {
+  const std::lock_guard guard(lock_);
   return journal_.change("createAggregateDevice " + propertyText(DictionaryValue(dictionary)),
                          [&](std::string& result) -> OSStatus {
                            const auto* uid = member<std::string>(dictionary, "uid");
@@ -205,6 +218,7 @@ OSStatus SimulatedAudioHardware::createAggregateDevice(const Dictionary& diction
 }
 
 OSStatus SimulatedAudioHardware::destroyAggregateDevice(AudioObjectID device) {
+  const std::lock_guard guard(lock_);
   return journal_.change("destroyAggregateDevice " + objects_.label(device), [&](std::string&) -> OSStatus {
     if (objects_.aggregate(device) == nullptr) return kAudioHardwareBadDeviceError;
     io_.deviceWasRemoved(device);

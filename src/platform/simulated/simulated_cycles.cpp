@@ -2,49 +2,57 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numeric>
 #include <utility>
 
+#include "model/fatal_error.h"
+
 namespace brindlemux {
-namespace {
-
-std::size_t channelCount(const std::vector<std::uint32_t>& buffers) {
-  return std::accumulate(buffers.begin(), buffers.end(), std::size_t{0});
-}
-
-void clear(SimulatedCycles::Recording& block, std::size_t channels, std::int64_t frames) {
-  block.assign(channels, std::vector<float>(static_cast<std::size_t>(frames), 0.0F));
-}
-
-void addSignal(SimulatedCycles::Recording& block, const SimulatedSignal& signal, std::int64_t position) {
-  if (!signal) return;
-  for (std::size_t channel = 0; channel < block.size(); ++channel) {
-    std::int64_t frame = position;
-    for (float& sample : block[channel]) sample += signal(frame++, static_cast<std::uint32_t>(channel));
-  }
-}
-
-}  // namespace
 
 void SimulatedCycles::advance(std::int64_t frames) {
+  std::unique_lock guard(lock_);
   end_ += frames;
   while (true) {
     updateClocks();
-    AudioObjectID next = kAudioObjectUnknown;
-    for (const auto& [id, clock] : clocks_) {
-      if (next == kAudioObjectUnknown ||
-          std::pair(clock.due(), clock.rank) < std::pair(clocks_.at(next).due(), clocks_.at(next).rank)) {
-        next = id;
-      }
-    }
+    const AudioObjectID next = nextDue();
     if (next == kAudioObjectUnknown || clocks_.at(next).due() > static_cast<double>(end_)) break;
     Clock& clock = clocks_.at(next);
-    now_ = clock.due();
-    const Clock cycle = clock;
-    clock.position += clock.bufferFrames;
-    runCycle(next, cycle);
+    now_ = std::max(now_, clock.due());
+    begin(next, clock, cycle_);
+    guard.unlock();
+    cycle_.run(runner_);
+    guard.lock();
+    record(next, cycle_);
   }
   now_ = static_cast<double>(end_);
+}
+
+std::vector<AudioObjectID> SimulatedCycles::runningClocks() {
+  const std::lock_guard guard(lock_);
+  updateClocks();
+  std::vector<AudioObjectID> running;
+  for (const auto& entry : clocks_) running.push_back(entry.first);
+  return running;
+}
+
+void SimulatedCycles::runUntil(std::int64_t end, AudioObjectID object, SimulatedCycle& cycle) {
+  std::unique_lock guard(lock_);
+  while (true) {
+    // What plays may stop, or the device go, while its cycle runs.
+    updateClock(object);
+    const auto clock = clocks_.find(object);
+    if (clock == clocks_.end() || clock->second.due() > static_cast<double>(end)) return;
+    begin(object, clock->second, cycle);
+    guard.unlock();
+    cycle.run(runner_);
+    guard.lock();
+    record(object, cycle);
+  }
+}
+
+void SimulatedCycles::arriveAt(std::int64_t end) {
+  const std::lock_guard guard(lock_);
+  end_ = end;
+  now_ = static_cast<double>(end);
 }
 
 SimulatedCycles::Recording SimulatedCycles::takeOutput(AudioObjectID device) {
@@ -57,129 +65,81 @@ void SimulatedCycles::deviceWasRemoved(AudioObjectID device) {
 }
 
 void SimulatedCycles::updateClocks() {
-  for (const auto& [id, device] : objects_.devices()) updateClock(id, device.nominalSampleRateHz, device.bufferFrames);
-  for (const auto& [id, aggregate] : objects_.aggregates()) {
-    const bool clocked = objects_.device(objects_.deviceWithUID(aggregate.clockUID)) != nullptr;
-    updateClock(id, clocked ? objects_.tapFormat().sampleRate : 0, aggregate.bufferFrames);
+  for (const auto& [id, device] : objects_.devices()) updateClock(id, paceOf(device));
+  for (const auto& [id, aggregate] : objects_.aggregates()) updateClock(id, paceOf(aggregate));
+}
+
+void SimulatedCycles::updateClock(AudioObjectID object) {
+  if (const SimulatedDevice* device = objects_.device(object)) {
+    updateClock(object, paceOf(*device));
+  } else if (const SimulatedAggregate* aggregate = objects_.aggregate(object)) {
+    updateClock(object, paceOf(*aggregate));
   }
 }
 
-void SimulatedCycles::updateClock(AudioObjectID object, double rateHz, std::uint32_t bufferFrames) {
-  const bool active = rateHz > 0 && bufferFrames > 0 && (io_.hasRunningProc(object) || io_.hasRunningUnit(object));
+SimulatedCycles::Pace SimulatedCycles::paceOf(const SimulatedDevice& device) const {
+  return {device.nominalSampleRateHz, device.driftPPM, device.bufferFrames, &device.blockPattern};
+}
+
+/// A tap follows the clock of its aggregate's device, at its own rate.
+SimulatedCycles::Pace SimulatedCycles::paceOf(const SimulatedAggregate& aggregate) const {
+  const SimulatedDevice* clock = objects_.device(objects_.deviceWithUID(aggregate.clockUID));
+  if (clock == nullptr) return {};
+  return {objects_.tapFormat().sampleRate, clock->driftPPM, aggregate.bufferFrames, &objects_.tapBlockPattern()};
+}
+
+void SimulatedCycles::updateClock(AudioObjectID object, const Pace& pace) {
+  const bool active =
+      pace.nominalHz > 0 && pace.bufferFrames > 0 && (io_.hasRunningProc(object) || io_.hasRunningUnit(object));
   if (!active) {
     clocks_.erase(object);
     return;
   }
+  const double rateHz = pace.nominalHz * (1.0 + pace.driftPPM * 1e-6);
   const auto [entry, isNew] = clocks_.try_emplace(object);
   Clock& clock = entry->second;
-  if (isNew || clock.rateHz != rateHz) {
-    clock.rateHz = rateHz;
+  if (isNew || clock.nominalHz != pace.nominalHz) {
+    const std::size_t blocks = clock.blocks;
+    clock = {.nominalHz = pace.nominalHz, .rateHz = rateHz, .blocks = blocks};
     clock.position = static_cast<std::int64_t>(std::floor(now_ * rateHz / 48000.0));
+  } else if (clock.rateHz != rateHz) {
+    clock.originTime = clock.timeOf(clock.position);
+    clock.originPosition = clock.position;
+    clock.rateHz = rateHz;
   }
-  clock.bufferFrames = bufferFrames;
+  const std::vector<std::uint32_t>& pattern = *pace.blockPattern;
+  clock.blockFrames = pattern.empty() ? pace.bufferFrames : pattern[clock.blocks % pattern.size()];
+  if (clock.blockFrames == 0) fatalError("a simulated I/O block without frames");
   clock.rank = rank(object);
 }
 
-int SimulatedCycles::rank(AudioObjectID object) {
+int SimulatedCycles::rank(AudioObjectID object) const {
   const SimulatedDevice* device = objects_.device(object);
   if (device == nullptr || !io_.hasRunningUnit(object)) return 0;
   return device->inputKind == SimulatedInput::loopback ? 1 : 2;
 }
 
-void SimulatedCycles::runCycle(AudioObjectID object, const Clock& clock) {
-  const std::int64_t frames = clock.bufferFrames;
-  if (const SimulatedDevice* device = objects_.device(object)) {
-    renderOutput(object, *device, clock);
-    fillInput(*device, clock);
-    deliverInput(object, device->inputBuffers, frames);
-  } else if (const SimulatedAggregate* aggregate = objects_.aggregate(object)) {
-    const std::uint32_t channels = objects_.tapFormat().channelsPerFrame;
-    const std::vector<std::uint32_t> buffers(aggregate->taps.size(), channels);
-    clear(input_, 0, frames);
-    for (const AudioObjectID tap : aggregate->taps) {
-      if (const TapDescription* description = objects_.tap(tap)) fillTap(*description, clock);
-    }
-    deliverInput(object, buffers, frames);
-  }
+AudioObjectID SimulatedCycles::nextDue() const {
+  const auto next = std::min_element(clocks_.begin(), clocks_.end(), [](const auto& left, const auto& right) {
+    return std::pair(left.second.due(), left.second.rank) < std::pair(right.second.due(), right.second.rank);
+  });
+  return next == clocks_.end() ? kAudioObjectUnknown : next->first;
 }
 
-void SimulatedCycles::renderOutput(AudioObjectID id, const SimulatedDevice& device, const Clock& clock) {
-  clear(output_, channelCount(device.outputBuffers), clock.bufferFrames);
-  for (const auto& [unitID, unit] : io_.units()) {
-    if (unit.running && unit.outputEnabled && unit.device == id) addUnit(unit, clock.bufferFrames);
-  }
-  addPlayingProcesses(device, clock);
-  if (!device.recordsOutput) return;
-  Recording& recording = recordings_[id];
-  recording.resize(output_.size());
-  for (std::size_t channel = 0; channel < output_.size(); ++channel) {
-    recording[channel].insert(recording[channel].end(), output_[channel].begin(), output_[channel].end());
-  }
+void SimulatedCycles::begin(AudioObjectID object, Clock& clock, SimulatedCycle& cycle) {
+  cycle.take(objects_, io_, object, clock.position, clock.blockFrames);
+  clock.position += clock.blockFrames;
+  ++clock.blocks;
 }
 
-void SimulatedCycles::addUnit(const SimulatedUnit& unit, std::int64_t frames) {
-  if (!unit.callback) return;
-  const std::size_t channels = unit.format.channelsPerFrame;
-  interleaved_.assign(channels * static_cast<std::size_t>(frames), 0.0F);
-  const AudioBuffer buffer = {unit.format.channelsPerFrame,
-                              static_cast<std::uint32_t>(interleaved_.size() * sizeof(float)), interleaved_.data()};
-  if (unit.callback({&buffer, 1}, static_cast<std::uint32_t>(frames)) != noErr) return;
-  for (std::size_t channel = 0; channel < std::min(channels, output_.size()); ++channel) {
-    const float* sample = interleaved_.data() + channel;
-    for (float& mixed : output_[channel]) {
-      mixed += *sample;
-      sample += channels;
-    }
-  }
-}
-
-void SimulatedCycles::addPlayingProcesses(const SimulatedDevice& device, const Clock& clock) {
-  for (const auto& [id, process] : objects_.processes()) {
-    if (process.isPlaying && device.uid && process.outputUID == *device.uid) {
-      addSignal(output_, process.audio, clock.position);
-    }
-  }
-}
-
-void SimulatedCycles::fillInput(const SimulatedDevice& device, const Clock& clock) {
-  clear(input_, channelCount(device.inputBuffers), clock.bufferFrames);
-  if (device.inputKind == SimulatedInput::signal) {
-    addSignal(input_, device.input, clock.position);
-    return;
-  }
-  std::copy_n(output_.begin(), std::min(input_.size(), output_.size()), input_.begin());
-}
-
-void SimulatedCycles::fillTap(const TapDescription& tap, const Clock& clock) {
-  Recording mix;
-  clear(mix, objects_.tapFormat().channelsPerFrame, clock.bufferFrames);
-  for (const auto& [id, process] : objects_.processes()) {
-    const bool listed = std::find(tap.processes.begin(), tap.processes.end(), id) != tap.processes.end();
-    const bool heard = listed == (tap.selection == TapDescription::Selection::only);
-    if (heard && process.isPlaying) addSignal(mix, process.audio, clock.position);
-  }
-  std::move(mix.begin(), mix.end(), std::back_inserter(input_));
-}
-
-void SimulatedCycles::deliverInput(AudioObjectID object, std::span<const std::uint32_t> channelsPerBuffer,
-                                   std::int64_t frames) {
-  if (!io_.hasRunningProc(object)) return;
-  interleaved_.resize(input_.size() * static_cast<std::size_t>(frames));
-  std::vector<AudioBuffer> buffers;
-  float* write = interleaved_.data();
-  std::size_t firstChannel = 0;
-  for (const std::uint32_t channels : channelsPerBuffer) {
-    buffers.push_back(
-        {channels, static_cast<std::uint32_t>(static_cast<std::size_t>(frames) * channels * sizeof(float)), write});
-    for (std::size_t frame = 0; frame < static_cast<std::size_t>(frames); ++frame) {
-      for (std::size_t channel = 0; channel < channels; ++channel) {
-        *write++ = input_[firstChannel + channel][frame];
-      }
-    }
-    firstChannel += channels;
-  }
-  for (const auto& [id, proc] : io_.procs()) {
-    if (proc.running && proc.device == object) proc.block(buffers);
+void SimulatedCycles::record(AudioObjectID object, const SimulatedCycle& cycle) {
+  const SimulatedDevice* device = objects_.device(object);
+  if (device == nullptr || !device->recordsOutput) return;
+  Recording& recording = recordings_[object];
+  recording.resize(cycle.output().size());
+  for (std::size_t channel = 0; channel < recording.size(); ++channel) {
+    const std::vector<float>& block = cycle.output()[channel];
+    recording[channel].insert(recording[channel].end(), block.begin(), block.end());
   }
 }
 

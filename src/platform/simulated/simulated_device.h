@@ -13,7 +13,8 @@ namespace brindlemux {
 enum class SampleRatePolicy {
   accepts,            ///< runs at the rate at once
   acceptsAfterPolls,  ///< runs at it once its rate has been read `pollsUntilAccepted` times
-  fixed               ///< answers success and keeps its rate
+  fixed,              ///< answers success and keeps its rate
+  refuses             ///< answers a failure and keeps its rate
 };
 
 /// Where a simulated device's input comes from.
@@ -32,6 +33,9 @@ struct SimulatedDevice {
   SampleRatePolicy ratePolicy = SampleRatePolicy::accepts;
   int pollsUntilAccepted = 0;
   std::uint32_t bufferFrames = 512;
+  /// The lengths of its I/O blocks, in turn and over again; none for blocks of `bufferFrames`. Each is at least 1.
+  std::vector<std::uint32_t> blockPattern;
+  double driftPPM = 0;  ///< how much faster its clock runs than virtual time, in millionths
   SimulatedInput inputKind = SimulatedInput::signal;
   SimulatedSignal input;
   bool recordsOutput = true;  ///< keeps everything that is played into it until it is taken

@@ -38,13 +38,21 @@ SimulatedUnit* SimulatedIO::find(AudioUnitID unit) {
   return found == units_.end() ? nullptr : &found->second;
 }
 
+void SimulatedIO::silence(SimulatedUnit& unit) {
+  unit.running = false;
+  if (unit.callback != nullptr) unit.callback->close();
+}
+
 AudioDeviceIOProcID SimulatedIO::addProc(AudioObjectID device, std::string_view queueLabel, IOBlock block) {
-  procs_.emplace(++lastProc_, SimulatedIOProc{device, std::string(queueLabel), std::move(block), false});
+  auto gate = std::make_shared<CallbackGate<IOBlock>>(std::move(block));
+  procs_.emplace(++lastProc_, SimulatedIOProc{device, std::string(queueLabel), std::move(gate), false});
   return lastProc_;
 }
 
 OSStatus SimulatedIO::destroyProc(AudioObjectID device, AudioDeviceIOProcID procedure) {
-  if (find(device, procedure) == nullptr) return kAudioHardwareIllegalOperationError;
+  const SimulatedIOProc* proc = find(device, procedure);
+  if (proc == nullptr) return kAudioHardwareIllegalOperationError;
+  proc->block->close();
   procs_.erase(procedure);
   return noErr;
 }
@@ -53,6 +61,7 @@ OSStatus SimulatedIO::start(AudioObjectID device, AudioDeviceIOProcID procedure)
   SimulatedIOProc* proc = find(device, procedure);
   if (proc == nullptr) return kAudioHardwareIllegalOperationError;
   proc->running = true;
+  proc->block->open();
   return noErr;
 }
 
@@ -60,6 +69,7 @@ OSStatus SimulatedIO::stop(AudioObjectID device, AudioDeviceIOProcID procedure) 
   SimulatedIOProc* proc = find(device, procedure);
   if (proc == nullptr) return kAudioHardwareIllegalOperationError;
   proc->running = false;
+  proc->block->close();
   return noErr;
 }
 
@@ -93,7 +103,7 @@ OSStatus SimulatedIO::setUnitProperty(AudioUnitID unit, std::uint32_t property, 
   if (property == kAudioUnitProperty_SetRenderCallback && scope == AudioUnitScope::input && element == 0) {
     auto* callback = std::get_if<RenderCallback>(&value);
     if (callback == nullptr || !*callback) return kAudioUnitErr_InvalidPropertyValue;
-    target->callback = std::move(*callback);
+    target->callback = std::make_shared<CallbackGate<RenderCallback>>(std::move(*callback));
     return noErr;
   }
   return kAudioUnitErr_InvalidProperty;
@@ -113,30 +123,39 @@ OSStatus SimulatedIO::start(AudioUnitID unit) {
   if (target == nullptr) return kAudioHardwareBadObjectError;
   if (!target->initialized) return kAudioUnitErr_Uninitialized;
   target->running = true;
+  if (target->callback != nullptr) target->callback->open();
   return noErr;
 }
 
 OSStatus SimulatedIO::stop(AudioUnitID unit) {
   SimulatedUnit* target = find(unit);
   if (target == nullptr) return kAudioHardwareBadObjectError;
-  target->running = false;
+  silence(*target);
   return noErr;
 }
 
 OSStatus SimulatedIO::uninitialize(AudioUnitID unit) {
   SimulatedUnit* target = find(unit);
   if (target == nullptr) return kAudioHardwareBadObjectError;
-  target->running = false;
+  silence(*target);
   target->initialized = false;
   return noErr;
 }
 
 OSStatus SimulatedIO::dispose(AudioUnitID unit) {
-  return units_.erase(unit) == 0 ? kAudioHardwareBadObjectError : noErr;
+  SimulatedUnit* target = find(unit);
+  if (target == nullptr) return kAudioHardwareBadObjectError;
+  silence(*target);
+  units_.erase(unit);
+  return noErr;
 }
 
 void SimulatedIO::deviceWasRemoved(AudioObjectID device) {
-  std::erase_if(procs_, [device](const auto& entry) { return entry.second.device == device; });
+  std::erase_if(procs_, [device](const auto& entry) {
+    if (entry.second.device != device) return false;
+    entry.second.block->close();
+    return true;
+  });
 }
 
 bool SimulatedIO::hasRunningProc(AudioObjectID device) const {

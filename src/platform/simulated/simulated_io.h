@@ -2,11 +2,12 @@
 
 #include <cstdint>
 #include <map>
-#include <optional>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "platform/audio_hardware.h"
+#include "platform/simulated/callback_gate.h"
 
 namespace brindlemux {
 
@@ -14,7 +15,8 @@ namespace brindlemux {
 struct SimulatedIOProc {
   AudioObjectID device = kAudioObjectUnknown;
   std::string queueLabel;
-  IOBlock block;
+  /// Shared with the cycles that are under way, which may outlast the procedure.
+  std::shared_ptr<CallbackGate<IOBlock>> block;
   bool running = false;
 };
 
@@ -22,7 +24,8 @@ struct SimulatedIOProc {
 struct SimulatedUnit {
   AudioObjectID device = kAudioObjectUnknown;
   StreamFormat format;
-  RenderCallback callback;
+  /// Shared with the cycles that are under way, which may outlast the unit; none until it is set.
+  std::shared_ptr<CallbackGate<RenderCallback>> callback;
   bool inputEnabled = false;
   bool outputEnabled = true;
   bool initialized = false;
@@ -30,9 +33,9 @@ struct SimulatedUnit {
 };
 
 /// The I/O procedures and output units of a simulated server, and what each of their states allows. Handles count up
-/// and are never reused.
+/// and are never reused. What is stopped or removed is called no more once the call returns.
 ///
-/// Threads: one at a time.
+/// Threads: one at a time, while callbacks run on any.
 class SimulatedIO {
  public:
   AudioDeviceIOProcID addProc(AudioObjectID device, std::string_view queueLabel, IOBlock block);
@@ -61,6 +64,7 @@ class SimulatedIO {
  private:
   SimulatedIOProc* find(AudioObjectID device, AudioDeviceIOProcID procedure);
   SimulatedUnit* find(AudioUnitID unit);
+  static void silence(SimulatedUnit& unit);
 
   std::map<AudioDeviceIOProcID, SimulatedIOProc> procs_;
   std::map<AudioUnitID, SimulatedUnit> units_;

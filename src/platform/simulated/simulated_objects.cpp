@@ -5,8 +5,8 @@
 namespace brindlemux {
 namespace {
 
-template <typename Object>
-Object* find(std::map<AudioObjectID, Object>& table, AudioObjectID object) {
+template <typename Table>
+auto find(Table& table, AudioObjectID object) -> decltype(&table.begin()->second) {
   const auto found = table.find(object);
   return found == table.end() ? nullptr : &found->second;
 }
@@ -63,9 +63,16 @@ SimulatedProcess* SimulatedObjects::process(AudioObjectID object) { return find(
 
 SimulatedAggregate* SimulatedObjects::aggregate(AudioObjectID object) { return find(aggregates_, object); }
 
-const TapDescription* SimulatedObjects::tap(AudioObjectID object) const {
-  const auto found = taps_.find(object);
-  return found == taps_.end() ? nullptr : &found->second;
+const SimulatedDevice* SimulatedObjects::device(AudioObjectID object) const { return find(devices_, object); }
+
+const SimulatedAggregate* SimulatedObjects::aggregate(AudioObjectID object) const { return find(aggregates_, object); }
+
+const TapDescription* SimulatedObjects::tap(AudioObjectID object) const { return find(taps_, object); }
+
+std::vector<std::uint32_t> SimulatedObjects::tapBuffers() const {
+  const bool isPlanar = (tapFormat_.formatFlags & kAudioFormatFlagIsNonInterleaved) != 0;
+  if (isPlanar) return std::vector<std::uint32_t>(tapFormat_.channelsPerFrame, 1);
+  return {tapFormat_.channelsPerFrame};
 }
 
 AudioObjectID SimulatedObjects::deviceWithUID(std::string_view uid) const {

@@ -42,9 +42,11 @@ class SimulatedObjects {
   SimulatedDevice* device(AudioObjectID object);
   SimulatedProcess* process(AudioObjectID object);
   SimulatedAggregate* aggregate(AudioObjectID object);
+  const SimulatedDevice* device(AudioObjectID object) const;
+  const SimulatedAggregate* aggregate(AudioObjectID object) const;
   const TapDescription* tap(AudioObjectID object) const;
 
-  std::map<AudioObjectID, SimulatedDevice>& devices() noexcept { return devices_; }
+  const std::map<AudioObjectID, SimulatedDevice>& devices() const noexcept { return devices_; }
   const std::map<AudioObjectID, SimulatedProcess>& processes() const noexcept { return processes_; }
   const std::map<AudioObjectID, TapDescription>& taps() const noexcept { return taps_; }
   const std::map<AudioObjectID, SimulatedAggregate>& aggregates() const noexcept { return aggregates_; }
@@ -57,6 +59,10 @@ class SimulatedObjects {
   void setDefaultOutputDevice(AudioObjectID device) { defaultOutputDevice_ = device; }
   void setTapFormat(const StreamFormat& format) { tapFormat_ = format; }
   const StreamFormat& tapFormat() const noexcept { return tapFormat_; }
+  /// The channels of each buffer in which one tap hands its sound over.
+  std::vector<std::uint32_t> tapBuffers() const;
+  void setTapBlockPattern(std::vector<std::uint32_t> frames) { tapBlockPattern_ = std::move(frames); }
+  const std::vector<std::uint32_t>& tapBlockPattern() const noexcept { return tapBlockPattern_; }
   /// The value of the plug-in object's own property, none for a null reference.
   void setPlugInConfiguration(PropertyValue value) { plugInConfiguration_ = std::move(value); }
 
@@ -94,6 +100,7 @@ class SimulatedObjects {
   std::map<std::pair<AudioObjectID, AudioObjectPropertyAddress>, SimulatedAnswer> answers_;
   AudioObjectID defaultOutputDevice_ = kAudioObjectUnknown;
   StreamFormat tapFormat_;
+  std::vector<std::uint32_t> tapBlockPattern_;
   PropertyValue plugInConfiguration_;
   std::int64_t tapCount_ = 0;
   std::int64_t aggregateCount_ = 0;

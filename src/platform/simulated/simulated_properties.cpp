@@ -180,7 +180,12 @@ SimulatedObjects::Value SimulatedObjects::aggregateValue(const SimulatedAggregat
   const auto clock = devices_.find(deviceWithUID(aggregate.clockUID));
   if (address.selector == kAudioDevicePropertyStreamConfiguration) {
     if (address.scope == kAudioObjectPropertyScopeInput) {
-      return BufferLayout{std::vector<std::uint32_t>(aggregate.taps.size(), tapFormat_.channelsPerFrame)};
+      BufferLayout layout;
+      const std::vector<std::uint32_t> buffers = tapBuffers();
+      for (std::size_t tap = 0; tap < aggregate.taps.size(); ++tap) {
+        layout.channelsPerBuffer.insert(layout.channelsPerBuffer.end(), buffers.begin(), buffers.end());
+      }
+      return layout;
     }
     if (address.scope != kAudioObjectPropertyScopeOutput) return std::nullopt;
     return BufferLayout{clock == devices_.end() ? std::vector<std::uint32_t>{} : clock->second.outputBuffers};

@@ -41,6 +41,7 @@ std::string scopeText(AudioUnitScope scope) {
 
 AudioComponentID SimulatedAudioHardware::findComponent(FourCharCode type, FourCharCode subType,
                                                        FourCharCode manufacturer) const {
+  const std::lock_guard guard(lock_);
   AudioComponentID component = 0;
   journal_.read(type,
                 "findComponent " + propertyText(type) + ' ' + propertyText(subType) + ' ' + propertyText(manufacturer),
@@ -54,6 +55,7 @@ AudioComponentID SimulatedAudioHardware::findComponent(FourCharCode type, FourCh
 }
 
 OSStatus SimulatedAudioHardware::createAudioUnit(AudioComponentID component, AudioUnitID& unit) {
+  const std::lock_guard guard(lock_);
   return journal_.change("createAudioUnit " + std::to_string(component), [&](std::string& result) -> OSStatus {
     if (component != outputComponent) return kAudioHardwareBadObjectError;
     if (unitCreation_ == UnitCreation::succeedsWithoutUnit) return noErr;
@@ -65,6 +67,7 @@ OSStatus SimulatedAudioHardware::createAudioUnit(AudioComponentID component, Aud
 
 OSStatus SimulatedAudioHardware::setAudioUnitProperty(AudioUnitID unit, std::uint32_t property, AudioUnitScope scope,
                                                       std::uint32_t element, AudioUnitPropertyValue value) {
+  const std::lock_guard guard(lock_);
   std::string line = "setAudioUnitProperty " + unitLabel(unit) + ' ' + unitPropertyText(property) + ' ' +
                      scopeText(scope) + ' ' + std::to_string(element) + " = ";
   if (const auto* number = std::get_if<std::uint32_t>(&value)) {
@@ -84,23 +87,28 @@ OSStatus SimulatedAudioHardware::setAudioUnitProperty(AudioUnitID unit, std::uin
 }
 
 OSStatus SimulatedAudioHardware::initializeAudioUnit(AudioUnitID unit) {
+  const std::lock_guard guard(lock_);
   return journal_.change("initializeAudioUnit " + unitLabel(unit), [&](std::string&) { return io_.initialize(unit); });
 }
 
 OSStatus SimulatedAudioHardware::startOutputUnit(AudioUnitID unit) {
+  const std::lock_guard guard(lock_);
   return journal_.change("startOutputUnit " + unitLabel(unit), [&](std::string&) { return io_.start(unit); });
 }
 
 OSStatus SimulatedAudioHardware::stopOutputUnit(AudioUnitID unit) {
+  const std::lock_guard guard(lock_);
   return journal_.change("stopOutputUnit " + unitLabel(unit), [&](std::string&) { return io_.stop(unit); });
 }
 
 OSStatus SimulatedAudioHardware::uninitializeAudioUnit(AudioUnitID unit) {
+  const std::lock_guard guard(lock_);
   return journal_.change("uninitializeAudioUnit " + unitLabel(unit),
                          [&](std::string&) { return io_.uninitialize(unit); });
 }
 
 OSStatus SimulatedAudioHardware::disposeAudioUnit(AudioUnitID unit) {
+  const std::lock_guard guard(lock_);
   return journal_.change("disposeAudioUnit " + unitLabel(unit), [&](std::string&) { return io_.dispose(unit); });
 }
 

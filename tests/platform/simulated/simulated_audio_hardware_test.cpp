@@ -5,6 +5,7 @@
 
 #include "platform/driver_config.h"
 #include "platform/simulated/virtual_scheduler.h"
+#include "support/simulated_client.h"
 #include "support/simulated_scene.h"
 
 namespace brindlemux {
@@ -26,53 +27,11 @@ float positionSignal(std::int64_t frame, std::uint32_t channel) {
 
 class SimulatedAudioHardwareTest : public testing::Test, public SimulatedScene {
  protected:
-  /// Starts a procedure that keeps what it is given.
   AudioDeviceIOProcID capture(AudioObjectID device, std::vector<std::vector<float>>& buffers) {
-    AudioDeviceIOProcID procedure = 0;
-    EXPECT_EQ(hardware.createIOProc(
-                  device, "test",
-                  [&buffers](AudioBufferList input) {
-                    buffers.resize(input.size());
-                    for (std::size_t i = 0; i < input.size(); ++i) {
-                      buffers[i].insert(buffers[i].end(), input[i].data,
-                                        input[i].data + input[i].byteSize / sizeof(float));
-                    }
-                  },
-                  procedure),
-              noErr);
-    EXPECT_EQ(hardware.startDevice(device, procedure), noErr);
-    return procedure;
+    return test::startCapture(hardware, device, buffers);
   }
-
-  /// Starts a unit that plays the same value on every channel.
   AudioUnitID play(AudioObjectID device, std::uint32_t channels, float value) {
-    AudioUnitID unit = 0;
-    EXPECT_EQ(hardware.createAudioUnit(hardware.findComponent(kAudioUnitType_Output, kAudioUnitSubType_HALOutput,
-                                                              kAudioUnitManufacturer_Apple),
-                                       unit),
-              noErr);
-    StreamFormat format;
-    format.sampleRate = 48000;
-    format.formatFlags = kAudioFormatFlagIsFloat | kAudioFormatFlagIsPacked;
-    format.bytesPerPacket = format.bytesPerFrame = 4 * channels;
-    format.framesPerPacket = 1;
-    format.channelsPerFrame = channels;
-    format.bitsPerChannel = 32;
-    const RenderCallback callback = [value](AudioBufferList output, std::uint32_t) {
-      std::fill_n(output.front().data, output.front().byteSize / sizeof(float), value);
-      return noErr;
-    };
-    EXPECT_EQ(
-        hardware.setAudioUnitProperty(unit, kAudioOutputUnitProperty_CurrentDevice, AudioUnitScope::global, 0, device),
-        noErr);
-    EXPECT_EQ(hardware.setAudioUnitProperty(unit, kAudioUnitProperty_StreamFormat, AudioUnitScope::input, 0, format),
-              noErr);
-    EXPECT_EQ(
-        hardware.setAudioUnitProperty(unit, kAudioUnitProperty_SetRenderCallback, AudioUnitScope::input, 0, callback),
-        noErr);
-    EXPECT_EQ(hardware.initializeAudioUnit(unit), noErr);
-    EXPECT_EQ(hardware.startOutputUnit(unit), noErr);
-    return unit;
+    return test::startConstant(hardware, device, channels, value);
   }
 };
 
@@ -225,6 +184,16 @@ TEST_F(SimulatedAudioHardwareTest, rateIsAcceptedAtOnceAfterPollsOrNever) {
   EXPECT_EQ(discovery.nominalSampleRate(slow), 44100);
   EXPECT_EQ(discovery.nominalSampleRate(slow), 44100);
   EXPECT_EQ(discovery.nominalSampleRate(slow), 48000);
+}
+
+TEST_F(SimulatedAudioHardwareTest, rateThatIsRefusedStaysAndIsAFailure) {
+  SimulatedDevice device = outputDevice("Speakers");
+  device.nominalSampleRateHz = 96000;
+  device.ratePolicy = SampleRatePolicy::refuses;
+  const AudioObjectID id = hardware.addDevice(device);
+  EXPECT_EQ(hardware.setPropertyData(id, globalAddress(kAudioDevicePropertyNominalSampleRate), 48000.0),
+            kAudioHardwareUnsupportedOperationError);
+  EXPECT_EQ(discovery.nominalSampleRate(id), 96000);
 }
 
 TEST_F(SimulatedAudioHardwareTest, driverPublishesRenamesRecreatesAndRemoves) {
