@@ -1,5 +1,7 @@
 #pragma once
 
+#include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <gtest/gtest.h>
 #include <memory>
@@ -8,6 +10,7 @@
 
 #include "engine/device_engine.h"
 #include "support/engine_scene.h"
+#include "support/simulated_client.h"
 
 namespace brindlemux::test {
 
@@ -32,7 +35,7 @@ class RoutedScenario : public EngineScene {
     if (clockChoice == ScenarioClock::defaultOutput) hardware.setDefaultOutputDevice(speakers);
     hardware.addProcess(playingProcess(100, "com.example.Player", constant(playerLevel)));
     hardware.addProcess(playingProcess(101, "com.example.Other", constant(otherLevel)));
-    if (converts_) hardware.setTapFormat(stereoFloat(44100));
+    if (converts_) hardware.setTapFormat(interleavedFormat(44100, 2));
     routeEverything();
     engine = std::make_unique<DeviceEngine>("BrindlemuxAudio_UID_A", graph, services);
   }
@@ -78,17 +81,6 @@ class RoutedScenario : public EngineScene {
 
   static SimulatedSignal constant(float value) {
     return [value](std::int64_t, std::uint32_t) { return value; };
-  }
-
-  static StreamFormat stereoFloat(double sampleRateHz) {
-    StreamFormat format;
-    format.sampleRate = sampleRateHz;
-    format.formatFlags = kAudioFormatFlagIsFloat | kAudioFormatFlagIsPacked;
-    format.bytesPerPacket = format.bytesPerFrame = 8;
-    format.framesPerPacket = 1;
-    format.channelsPerFrame = 2;
-    format.bitsPerChannel = 32;
-    return format;
   }
 
   SimulatedDevice atRate(SimulatedDevice device, double hertz) const {
