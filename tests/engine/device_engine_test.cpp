@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "support/engine_scene.h"
+#include "support/routed_engine.h"
 
 namespace brindlemux {
 namespace {
@@ -25,53 +25,12 @@ SimulatedSignal constant(float value) {
   return [value](std::int64_t, std::uint32_t) { return value; };
 }
 
-UUID node(std::uint64_t number) { return CountingUUIDSource::identifier(1000 + number); }
-
-class DeviceEngineTest : public testing::Test, public test::EngineScene {
+class DeviceEngineTest : public testing::Test, public test::RoutedEngine {
  protected:
-  AudioObjectID virtualDevice = hardware.addDevice(loopbackDevice("BrindlemuxAudio_UID_A"));
+  AudioObjectID virtualDevice = hardware.addDevice(loopbackDevice(virtualUID));
   AudioObjectID speakers = hardware.addDevice(outputDevice("Speakers"));
   AudioObjectID microphone = hardware.addDevice(inputDevice("Microphone", 2, constant(0.25F)));
   AudioObjectID player = hardware.addProcess(playingProcess(100, "com.example.Player", constant(0.125F)));
-  DeviceGraph graph{"BrindlemuxAudio_UID_A"};
-  DeviceEngine engine{"BrindlemuxAudio_UID_A", graph, services};
-  std::int64_t deviceChannels = 2;
-
-  /// Brings the engine into line with `graph` and the server; returns the calls that this took.
-  std::vector<std::string> reconcile() {
-    takeJournal();
-    engine.setGraph(graph);
-    engine.reconcile(deviceChannels, discovery.listAudioProcesses(), discovery.listAudioDevices());
-    return takeJournal();
-  }
-
-  UUID addSource(std::uint64_t number, SourceKindConfig kind, bool wired = true) {
-    SourceNodeConfig source;
-    source.id = node(number);
-    source.kind = std::move(kind);
-    graph.sources.push_back(source);
-    if (wired) {
-      graph.wires.push_back({source.id, 0, 0});
-      graph.wires.push_back({source.id, 1, 1});
-    }
-    return source.id;
-  }
-  UUID addMic(std::uint64_t number, const std::string& uid = "Microphone") {
-    return addSource(number, MicSource{uid, uid});
-  }
-  UUID addApp(std::uint64_t number, const std::string& bundleID = "com.example.Player") {
-    return addSource(number, AppSource{bundleID, bundleID});
-  }
-  UUID addMonitor(std::uint64_t number, const std::string& uid = "Speakers") {
-    MonitorNodeConfig monitor;
-    monitor.id = node(number);
-    monitor.deviceUID = uid;
-    monitor.name = uid;
-    graph.monitors.push_back(monitor);
-    graph.monitorWires.push_back({0, monitor.id, 0});
-    graph.monitorWires.push_back({1, monitor.id, 1});
-    return monitor.id;
-  }
 };
 
 std::string startingLine(const std::string& device, const std::string& proc) {

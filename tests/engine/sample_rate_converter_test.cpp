@@ -101,6 +101,14 @@ INSTANTIATE_TEST_SUITE_P(Rates, SampleRateConverterQuality,
                                          Quality{192000, 48000, 997, 140}, Quality{16000, 48000, 997, 135},
                                          Quality{44056, 48000, 997, 120}, Quality{48000, 44056.5, 997, 120}));
 
+TEST(SampleRateConverter, toneThatGoesThereAndBackStaysClean) {
+  const auto there = convertMono(44100, 48000, sine(997, 44100, 4 * 44100));
+  const auto back = convertMono(48000, 44100, there);
+  const double measured = test::sineSignalToNoise(std::span(back).subspan(44100), 997, 44100);
+  RecordProperty("decibels", std::to_string(measured));
+  EXPECT_GT(measured, 135);
+}
+
 TEST(SampleRateConverter, tonesBeyondTheLowerRatesHalfAreRemoved) {
   // 23 kHz does not exist at 44100 Hz; half of that rate is 22050 Hz.
   const auto output = convertMono(48000, 44100, sine(23500, 48000, 48000));
