@@ -1,6 +1,7 @@
 #include "engine/output_engine.h"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cmath>
 #include <cstring>
@@ -60,7 +61,7 @@ struct OutputEngine::State final : ConverterSource {
 
   void setUpConversion(double deviceRateHz);
   void createUnit();
-  void configureUnit(double deviceRateHz);
+  static void configureUnit(const std::shared_ptr<State>& state, double deviceRateHz);
   void stop();
 
   OSStatus performRender(AudioBufferList output, std::uint32_t frameCount) noexcept;
@@ -75,7 +76,7 @@ struct OutputEngine::State final : ConverterSource {
   AudioUnitID unit = 0;
   RenderFunction render;
   PlanarBuffer scratch;
-  bool stopped = false;
+  std::atomic<bool> stopped = false;
 
   std::unique_ptr<SampleRateConverter> converter;
   PlanarBuffer converterInput;
@@ -119,17 +120,19 @@ void OutputEngine::State::createUnit() {
   if (unit == 0) throw AudioRouterError("Audio unit was not created");
 }
 
-void OutputEngine::State::configureUnit(double deviceRateHz) {
+void OutputEngine::State::configureUnit(const std::shared_ptr<State>& state, double deviceRateHz) {
+  AudioHardware& hardware = state->hardware;
+  const AudioUnitID unit = state->unit;
   hardware.setAudioUnitProperty(unit, kAudioOutputUnitProperty_EnableIO, AudioUnitScope::input, 1, 0U);
   hardware.setAudioUnitProperty(unit, kAudioOutputUnitProperty_EnableIO, AudioUnitScope::output, 0, 1U);
-  check(hardware.setAudioUnitProperty(unit, kAudioOutputUnitProperty_CurrentDevice, AudioUnitScope::global, 0, device),
+  check(hardware.setAudioUnitProperty(unit, kAudioOutputUnitProperty_CurrentDevice, AudioUnitScope::global, 0,
+                                      state->device),
         "Setting output device");
   check(hardware.setAudioUnitProperty(unit, kAudioUnitProperty_StreamFormat, AudioUnitScope::input, 0,
-                                      interleavedFloatFormat(deviceRateHz, channels)),
+                                      interleavedFloatFormat(deviceRateHz, state->channels)),
         "Setting client format");
-  // The unit never calls back once stop() has returned, so it may borrow this object.
-  const RenderCallback callback = [this](AudioBufferList output, std::uint32_t frameCount) {
-    return performRender(output, frameCount);
+  const RenderCallback callback = [state](AudioBufferList output, std::uint32_t frameCount) {
+    return state->performRender(output, frameCount);
   };
   check(hardware.setAudioUnitProperty(unit, kAudioUnitProperty_SetRenderCallback, AudioUnitScope::input, 0, callback),
         "Setting render callback");
@@ -138,8 +141,7 @@ void OutputEngine::State::configureUnit(double deviceRateHz) {
 }
 
 void OutputEngine::State::stop() {
-  if (stopped) return;
-  stopped = true;
+  if (stopped.exchange(true)) return;
   if (unit == 0) return;
   hardware.stopOutputUnit(unit);
   hardware.uninitializeAudioUnit(unit);
@@ -151,6 +153,7 @@ OSStatus OutputEngine::State::performRender(AudioBufferList output, std::uint32_
   if (output.empty() || output.front().data == nullptr) return noErr;
   const AudioBuffer& target = output.front();
   std::memset(target.data, 0, target.byteSize);
+  if (stopped) return noErr;
   const std::int64_t heldFrames = target.byteSize / (std::int64_t{sizeof(float)} * channels);
   const std::int64_t frames = std::min({std::int64_t{frameCount}, maxFrames, heldFrames});
   if (frames < 1) return noErr;
@@ -211,7 +214,7 @@ ConverterInput OutputEngine::State::pull(std::int64_t requested) noexcept {
 
 OutputEngine::OutputEngine(const EngineServices& services, AudioObjectID device, std::int64_t channels,
                            std::int64_t bufferFrames, RenderFunction render)
-    : state_(std::make_unique<State>(services, device, channels, std::move(render))) {
+    : state_(std::make_shared<State>(services, device, channels, std::move(render))) {
   const double deviceRateHz = settledSampleRate(services, device);
   services.hardware.setPropertyData(device, global(kAudioDevicePropertyBufferFrameSize),
                                     static_cast<std::uint32_t>(bufferFrames));
@@ -219,7 +222,7 @@ OutputEngine::OutputEngine(const EngineServices& services, AudioObjectID device,
   if (deviceRateHz != engineSampleRateHz) state_->setUpConversion(deviceRateHz);
   state_->createUnit();
   try {
-    state_->configureUnit(deviceRateHz);
+    State::configureUnit(state_, deviceRateHz);
   } catch (...) {
     services.hardware.disposeAudioUnit(state_->unit);
     throw;

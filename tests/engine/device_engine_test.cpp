@@ -437,6 +437,41 @@ TEST_F(DeviceEngineTest, theLatestFailureIsKept) {
   EXPECT_THAT(hardware.liveResources(), SizeIs(4));
 }
 
+// A server that will not stop anything goes on calling back.
+TEST_F(DeviceEngineTest, callbacksThatOutliveTheirEngineAreSilentAndHarmless) {
+  addMic(1);
+  addApp(2);
+  addMonitor(3);
+  {
+    DeviceEngine shortLived("BrindlemuxAudio_UID_A", graph, services);
+    shortLived.reconcile(2, discovery.listAudioProcesses(), discovery.listAudioDevices());
+    hardware.advance(4800);
+    for (const char* call : {"stop", "uninitializeAudioUnit", "dispose", "destroy"})
+      hardware.journal().failEvery(call, -50);
+  }
+  hardware.takeOutput(virtualDevice);
+  hardware.takeOutput(speakers);
+  EXPECT_THAT(hardware.liveResources(), Contains(HasSubstr("running")).Times(5));
+  hardware.advance(4800);
+  EXPECT_THAT(hardware.takeOutput(virtualDevice).at(0), testing::AllOf(Not(IsEmpty()), Each(0.0F)));
+  EXPECT_THAT(hardware.takeOutput(speakers).at(0), testing::AllOf(Not(IsEmpty()), Each(0.0F)));
+}
+
+TEST_F(DeviceEngineTest, outputThatTheServerWillNotStopDoesNotPlayBesideItsSuccessor) {
+  addMic(1);
+  reconcile();
+  for (const char* call : {"stopOutputUnit", "uninitializeAudioUnit", "disposeAudioUnit"}) {
+    hardware.journal().failEvery(call, -50);
+  }
+  deviceChannels = 4;
+  reconcile();
+  EXPECT_THAT(hardware.liveResources(), Contains(HasSubstr("unit")).Times(2));
+  hardware.advance(9600);
+  hardware.takeOutput(virtualDevice);
+  hardware.advance(4800);
+  EXPECT_THAT(hardware.takeOutput(virtualDevice).at(0), testing::AllOf(Not(IsEmpty()), Each(0.25F)));
+}
+
 // Sound.
 
 // The microphone's 0.25 goes at gain 0.5 to both channels, the application's 0.125 at unity to the first.
