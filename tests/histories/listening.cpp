@@ -1,0 +1,132 @@
+#include "histories/listening.h"
+
+#include <algorithm>
+#include <cmath>
+#include <set>
+#include <sstream>
+#include <utility>
+
+#include "histories/expected_sound.h"
+#include "histories/violation.h"
+
+namespace brindlemux::history {
+namespace {
+
+/// Long enough for every device to run a few cycles.
+constexpr std::int64_t startingFrames = 4800;
+/// Longer than any reader lags, and than a conversion's filter rings.
+constexpr std::int64_t settlingFrames = 9600;
+constexpr std::int64_t listeningFrames = 4800;
+/// Rounding in the conversions and in the limiter.
+constexpr double tolerance = 4e-6;
+
+/// The rings that run; every source whose capture runs is metered.
+RingChannels ringsOf(const Routing& routing) {
+  RingChannels rings;
+  for (const auto& [id, peaks] : routing.engine->meterSnapshot().sourcePeaks) rings[id] = std::ssize(peaks);
+  return rings;
+}
+
+ExpectedSound expectedSound(const History& history) {
+  ExpectedSound expected(history);
+  for (const Routing& routing : history.routings()) {
+    if (routing.engine != nullptr) expected.addEngine(routing, ringsOf(routing));
+  }
+  expected.addProcesses();
+  expected.addMonitors();
+  return expected;
+}
+
+/// What runs, for the reader of a failure.
+std::string description(const History& history) {
+  std::ostringstream text;
+  for (const Pluggable& device : history.world().devices) {
+    if (!device.isPresent()) continue;
+    const SimulatedDevice& record = *history.world().hardware.objects().device(device.id);
+    text << "\n    " << device.uid << " at " << record.nominalSampleRateHz << " Hz in blocks of "
+         << record.bufferFrames;
+  }
+  text << "\n    taps at " << history.world().hardware.objects().tapFormat().sampleRate << " Hz";
+  for (const Routing& routing : history.routings()) {
+    text << "\n  " << routing.uid << " runs";
+    for (const std::string& line : runningOf(history.world(), routing.owned).details) text << "\n    " << line;
+  }
+  return text.str();
+}
+
+/// What is wrong with the sound of a device, one line a channel; nothing where all is well.
+std::string differences(const Pluggable& device, const SimulatedCycles::Recording& heard, const Levels& levels) {
+  std::ostringstream text;
+  for (std::size_t channel = 0; channel < heard.size(); ++channel) {
+    const double level = channel < levels.size() ? levels[channel] : 0.0;
+    const auto differs = [level](float sample) {
+      return !(std::fabs(static_cast<double>(sample) - level) <= tolerance * std::max(1.0, level));
+    };
+    const std::vector<float>& samples = heard[channel];
+    const auto first = std::find_if(samples.begin(), samples.end(), differs);
+    if (first == samples.end()) continue;
+    text << "\n    " << device.uid << ", channel " << channel << ", shall be heard at " << level << " and differs in "
+         << std::count_if(first, samples.end(), differs) << " of " << samples.size() << " frames, first in frame "
+         << first - samples.begin() << " with " << *first;
+  }
+  return text.str();
+}
+
+}  // namespace
+
+void listen(History& history) {
+  World& world = history.world();
+  // A reader that finds an empty ring starts right behind its writer, and runs dry until it lags far enough.
+  world.hardware.advance(startingFrames);
+  history.repositionReaders();
+  world.hardware.advance(settlingFrames);
+  for (const Pluggable& device : world.devices) {
+    if (device.isPresent()) world.hardware.takeOutput(device.id);
+  }
+  world.hardware.advance(listeningFrames);
+  const ExpectedSound expected = expectedSound(history);
+  std::set<AudioObjectID> playedInto;
+  for (const auto& entry : world.hardware.io().units()) {
+    if (entry.second.running) playedInto.insert(entry.second.device);
+  }
+  std::string text;
+  for (const Pluggable& device : world.devices) {
+    if (!device.isPresent()) continue;
+    const auto heard = world.hardware.takeOutput(device.id);
+    const auto levels = expected.levels().find(device.uid);
+    if (playedInto.contains(device.id)) {
+      const SimulatedDevice& record = world.hardware.device(device.id);
+      const auto frames = static_cast<double>(listeningFrames) * record.nominalSampleRateHz / 48000.0;
+      require(
+          record.outputBuffers.empty() || (!heard.empty() && static_cast<double>(heard.front().size()) > frames - 8192),
+          device.uid + " stands still");
+    }
+    text += differences(device, heard, levels == expected.levels().end() ? Levels{} : levels->second);
+  }
+  require(text.empty(), "the sound is not what the graphs make of it" + text + description(history));
+}
+
+void listenToEachChannel(History& history) {
+  World& world = history.world();
+  std::set<std::pair<std::int64_t, std::uint32_t>> channels;
+  for (const Routing& routing : history.routings()) {
+    for (const SourceNodeConfig& source : routing.graph.sources) {
+      const auto* mic = std::get_if<MicSource>(&source.kind);
+      if (mic == nullptr) continue;
+      for (const SourceWire& wire : routing.graph.wires) {
+        if (wire.sourceID != source.id || wire.sourceChannel < 0) continue;
+        channels.emplace(world.toneOf(mic->deviceUID), static_cast<std::uint32_t>(wire.sourceChannel));
+      }
+    }
+  }
+  for (const RunningProcess& process : world.processes) {
+    for (const std::uint32_t channel : {0U, 1U}) channels.emplace(process.pid, channel);
+  }
+  for (const auto& [tone, channel] : channels) {
+    world.solo = ToneChannel{tone, channel};
+    listen(history);
+  }
+  world.solo.reset();
+}
+
+}  // namespace brindlemux::history
