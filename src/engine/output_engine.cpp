@@ -6,6 +6,8 @@
 #include <cmath>
 #include <cstring>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "engine/planar_buffer.h"
 #include "engine/sample_rate_converter.h"
@@ -53,6 +55,21 @@ StreamFormat interleavedFloatFormat(double sampleRateHz, std::int64_t channels) 
   format.bitsPerChannel = 32;
   return format;
 }
+
+/// A stretch of silence, once.
+class Silence final : public ConverterSource {
+ public:
+  Silence(std::span<float* const> cleared, std::int64_t frames)
+      : channels_(cleared.begin(), cleared.end()), frames_(frames) {}
+
+  ConverterInput pull(std::int64_t) noexcept override {
+    return {.channels = channels_, .frames = std::exchange(frames_, 0)};
+  }
+
+ private:
+  const std::vector<const float*> channels_;
+  std::int64_t frames_;
+};
 
 }  // namespace
 
@@ -109,6 +126,10 @@ void OutputEngine::State::setUpConversion(double deviceRateHz) {
   converterInput = PlanarBuffer(channels, maxFrames);
   converterOutput = PlanarBuffer(channels, maxFrames);
   inputPerOutputFrame = engineSampleRateHz / deviceRateHz;
+  // The filter looks ahead into silence at first. A first callback that had to fill it would pull that much more than
+  // those after it, and leave the reader of a ring too close behind its writer.
+  Silence silence(converterInput.channels(), SampleRateConverter::lookAheadFrames(engineSampleRateHz, deviceRateHz));
+  converter->convert(silence, converterOutput.channels(), maxFrames);
   carry = PlanarBuffer(channels, maxFrames);
 }
 
