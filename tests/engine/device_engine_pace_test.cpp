@@ -28,8 +28,8 @@ using test::playingProcess;
 using testing::AllOf;
 using testing::Each;
 using testing::Ge;
-using testing::Le;
 using testing::IsEmpty;
+using testing::Le;
 using testing::SizeIs;
 
 class DeviceEnginePace : public test::SoundingEngine {};

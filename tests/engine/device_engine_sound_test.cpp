@@ -92,6 +92,36 @@ TEST_F(DeviceEngineSound, tapIsHeardSampleBySampleFromPlanarAndInterleavedTaps) 
   }
 }
 
+// A device beyond 16 channels has its output replaced by every reconcile, between two blocks.
+TEST_F(DeviceEngineSound, deviceOf32ChannelsPlaysOnThroughEveryReconcile) {
+  addMicrophone(32);
+  addVirtual(32);
+  addMic(1, "Microphone", 32);
+  for (int round = 0; round < 10; ++round) {
+    reconcile();
+    hardware.advance(1000);
+  }
+  const auto output = hardware.takeOutput(virtualDevice);
+  ASSERT_EQ(output.size(), 32U);
+  for (std::uint32_t channel = 0; channel < 16; ++channel) {
+    ASSERT_EQ(framesOf(output[channel], channel), countingFrom(0, 39 * 256)) << channel;
+  }
+  EXPECT_THAT(output[16], Each(0.0F));
+}
+
+TEST_F(DeviceEngineSound, monitorOnADeviceWithoutChannelsDisturbsNobody) {
+  addMicrophone();
+  addVirtual();
+  addSpeakers();
+  hardware.addDevice(inputDevice("No output"));
+  addMic(1);
+  addMonitor(2, "No output");
+  addMonitor(3);
+  reconcile();
+  hardware.advance(4800);
+  EXPECT_EQ(heard(speakers), countingFrom(0, 18 * 256));
+}
+
 // The mix.
 
 // Gains are powers of two, so that every product and sum below is exact.

@@ -127,6 +127,74 @@ TEST_F(DeviceEngineTest, missingDeviceTearsEverythingDown) {
   EXPECT_EQ(engine.lastError, std::nullopt);
 }
 
+TEST_F(DeviceEngineTest, missingDeviceIsNoErrorAndEverythingStartsWhenItComes) {
+  addMic(1);
+  addMonitor(2);
+  hardware.removeDevice(virtualDevice);
+  EXPECT_THAT(reconcile(), IsEmpty());
+  EXPECT_EQ(engine.lastError, std::nullopt);
+  virtualDevice = hardware.addDevice(loopbackDevice(virtualUID));
+  reconcile();
+  EXPECT_THAT(hardware.liveResources(),
+              UnorderedElementsAre("proc1 on Microphone running", "proc2 on BrindlemuxAudio_UID_A running",
+                                   "unit1 on BrindlemuxAudio_UID_A running", "unit2 on Speakers running"));
+}
+
+TEST_F(DeviceEngineTest, sourcesAndMonitorsStartInTheOrderOfTheGraph) {
+  addMic(9, "Microphone");
+  addSource(1, SystemAudioSource{});
+  hardware.addDevice(inputDevice("Headset"));
+  addMic(5, "Headset");
+  hardware.addDevice(outputDevice("Headphones"));
+  addMonitor(8, "Headphones");
+  addMonitor(2, "Speakers");
+  std::vector<std::string> starts;
+  for (const std::string& line : reconcile()) {
+    if (line.starts_with("start") || line.find("CurrentDevice") != std::string::npos) starts.push_back(line);
+  }
+  EXPECT_THAT(
+      starts,
+      ElementsAre("startDevice Microphone proc1", "startDevice aggregate1 proc2", "startDevice Headset proc3",
+                  HasSubstr("unit1 CurrentDevice"), "startOutputUnit unit1", "startDevice BrindlemuxAudio_UID_A proc4",
+                  "setAudioUnitProperty unit2 CurrentDevice global 0 = Headphones", "startOutputUnit unit2",
+                  "setAudioUnitProperty unit3 CurrentDevice global 0 = Speakers", "startOutputUnit unit3"));
+}
+
+// What goes is stopped before what comes is started, kind by kind: sources, the virtual output, the loop-back,
+// monitors.
+TEST_F(DeviceEngineTest, oneReconcileReplacesEverythingInAFixedOrder) {
+  addMic(1);
+  addMonitor(2);
+  reconcile();
+  hardware.addDevice(inputDevice("Headset"));
+  hardware.addDevice(outputDevice("Headphones"));
+  hardware.removeDevice(virtualDevice);
+  virtualDevice = hardware.addDevice(loopbackDevice(virtualUID));
+  graph.sources.clear();
+  graph.monitors.clear();
+  addMic(3, "Headset");
+  addMonitor(4, "Headphones");
+  // The server took the procedure away with the device, so stopping it fails, which is nothing to worry about.
+  EXPECT_THAT(
+      reconcile(),
+      ElementsAre(
+          "stopDevice Microphone proc1", "destroyIOProc Microphone proc1", "setPropertyData Headset fsiz = 256",
+          "createIOProc Headset on com.brindlemux.input-io -> proc3", "startDevice Headset proc3",
+          "stopOutputUnit unit1", "uninitializeAudioUnit unit1", "disposeAudioUnit unit1",
+          "setPropertyData BrindlemuxAudio_UID_A fsiz = 256", "createAudioUnit 1 -> unit3",
+          HasSubstr("unit3 EnableIO input"), HasSubstr("unit3 EnableIO output"), HasSubstr("unit3 CurrentDevice"),
+          HasSubstr("unit3 StreamFormat"), HasSubstr("unit3 SetRenderCallback"), "initializeAudioUnit unit3",
+          "startOutputUnit unit3", HasSubstr("stopDevice BrindlemuxAudio_UID_A proc2 ! "),
+          HasSubstr("destroyIOProc BrindlemuxAudio_UID_A proc2 ! "), "setPropertyData BrindlemuxAudio_UID_A fsiz = 256",
+          "createIOProc BrindlemuxAudio_UID_A on com.brindlemux.input-io -> proc4",
+          "startDevice BrindlemuxAudio_UID_A proc4", "stopOutputUnit unit2", "uninitializeAudioUnit unit2",
+          "disposeAudioUnit unit2", "setPropertyData Headphones fsiz = 256", "createAudioUnit 1 -> unit4",
+          HasSubstr("unit4 EnableIO input"), HasSubstr("unit4 EnableIO output"), HasSubstr("unit4 CurrentDevice"),
+          HasSubstr("unit4 StreamFormat"), HasSubstr("unit4 SetRenderCallback"), "initializeAudioUnit unit4",
+          "startOutputUnit unit4"));
+  EXPECT_EQ(engine.lastError, std::nullopt);
+}
+
 // The buffer size.
 
 struct Latency {
@@ -341,6 +409,37 @@ TEST_F(DeviceEngineTest, tapWhoseClockIsGoneIsReplaced) {
   EXPECT_THAT(hardware.liveResources(), SizeIs(8));  // 2 taps, 2 aggregates, 3 procedures, 1 unit
 }
 
+TEST_F(DeviceEngineTest, tapWithoutAnyClockWaitsForOne) {
+  addApp(1);
+  reconcile();
+  hardware.removeDevice(speakers);
+  reconcile();
+  EXPECT_EQ(engine.lastError, "No hardware output device found for tap clock");
+  EXPECT_THAT(hardware.liveResources(), Not(Contains(HasSubstr("tap"))));
+  engine.lastError = std::nullopt;
+  speakers = hardware.addDevice(outputDevice("Speakers"));
+  EXPECT_THAT(reconcile(), Contains(HasSubstr("createAggregateDevice {master: \"Speakers\"")));
+  EXPECT_EQ(engine.lastError, std::nullopt);
+}
+
+TEST_F(DeviceEngineTest, tapWhoseClockAndProcessAreGoneIsNotReplaced) {
+  addApp(1);
+  reconcile();
+  hardware.removeDevice(speakers);
+  hardware.removeProcess(player);
+  EXPECT_THAT(reconcile(), ElementsAre("stopDevice aggregate1 proc1", "destroyIOProc aggregate1 proc1",
+                                       "destroyAggregateDevice aggregate1", "destroyProcessTap tap1"));
+  EXPECT_EQ(engine.lastError, std::nullopt);
+}
+
+TEST_F(DeviceEngineTest, clockThatReturnsWithANewIDKeepsTheTap) {
+  addApp(1);
+  reconcile();
+  hardware.removeDevice(speakers);
+  speakers = hardware.addDevice(outputDevice("Speakers"));
+  EXPECT_THAT(reconcile(), IsEmpty());
+}
+
 TEST_F(DeviceEngineTest, systemAudioTapStays) {
   addSource(1, SystemAudioSource{});
   EXPECT_THAT(reconcile(), Contains(HasSubstr("createProcessTap \"Brindlemux Tap\" of all except")));
@@ -435,6 +534,44 @@ TEST_F(DeviceEngineTest, theLatestFailureIsKept) {
   reconcile();
   EXPECT_EQ(engine.lastError, std::nullopt);
   EXPECT_THAT(hardware.liveResources(), SizeIs(4));
+}
+
+TEST_F(DeviceEngineTest, inputThatFailsToMoveToANewDeviceIsTriedAgain) {
+  addMic(1);
+  reconcile();
+  hardware.removeDevice(microphone);
+  microphone = hardware.addDevice(inputDevice("Microphone"));
+  hardware.journal().failNext("createIOProc Microphone", -7);
+  reconcile();
+  EXPECT_EQ(engine.lastError, "Creating input IOProc failed (OSStatus -7)");
+  EXPECT_THAT(hardware.liveResources(), Not(Contains(HasSubstr("Microphone"))));
+  EXPECT_THAT(reconcile(), Contains(HasSubstr("startDevice Microphone")));
+}
+
+TEST_F(DeviceEngineTest, inputDeviceThatLosesItsChannelsIsReportedWhenItIsStarted) {
+  hardware.device(microphone).inputBuffers = {};
+  addMic(1);
+  reconcile();
+  EXPECT_EQ(engine.lastError, "Device has no input channels");
+  hardware.device(microphone).inputBuffers = {2};
+  EXPECT_THAT(reconcile(), Contains(HasSubstr("startDevice Microphone")));
+}
+
+// Stopping is not checked: whatever fails there, everything is let go of.
+TEST_F(DeviceEngineTest, failuresOfStoppingAreIgnored) {
+  addMic(1);
+  addApp(2);
+  addMonitor(3);
+  reconcile();
+  for (const char* call : {"stopDevice", "stopOutputUnit", "uninitializeAudioUnit"}) {
+    hardware.journal().failEvery(call, -50);
+  }
+  engine.stopAll();
+  EXPECT_EQ(engine.lastError, std::nullopt);
+  EXPECT_THAT(hardware.liveResources(), IsEmpty());
+  takeJournal();
+  engine.stopAll();
+  EXPECT_THAT(takeJournal(), IsEmpty());
 }
 
 // A server that will not stop anything goes on calling back.

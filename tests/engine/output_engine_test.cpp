@@ -178,6 +178,34 @@ TEST_F(OutputEngineTest, deviceThatAcceptsTooLateIsConverted) {
   EXPECT_THAT(takeJournal(), testing::Contains(HasSubstr("StreamFormat input 0 = lpcm flags 9, 44100 Hz")));
 }
 
+TEST_F(OutputEngineTest, deviceThatRefusesTheRateIsPolledAndConverted) {
+  start(addDevice(96000, SampleRatePolicy::refuses));
+  EXPECT_EQ(clock.sleeps(), 50);
+  const auto lines = takeJournal();
+  EXPECT_THAT(lines.front(), HasSubstr("setPropertyData Speakers nsrt = 48000 ! "));
+  EXPECT_THAT(lines, testing::Contains(HasSubstr("StreamFormat input 0 = lpcm flags 9, 96000 Hz")));
+}
+
+// The rate that counts is the last one read, whatever it was at first.
+TEST_F(OutputEngineTest, deviceThatSettlesOnAThirdRateIsConvertedToThat) {
+  const AudioObjectID device = addDevice(44100, SampleRatePolicy::fixed);
+  class SettlingClock final : public Clock {
+   public:
+    explicit SettlingClock(std::function<void()> settle) : settle_(std::move(settle)) {}
+    double secondsSince1970() const override { return 0; }
+    void sleep(std::chrono::milliseconds) override {
+      if (++sleeps == 10) settle_();
+    }
+    int sleeps = 0;
+
+   private:
+    std::function<void()> settle_;
+  } settling([&] { hardware.device(device).nominalSampleRateHz = 88200; });
+  const OutputEngine engine({hardware, discovery, settling, uuids}, device, 2, 256, player.function());
+  EXPECT_EQ(settling.sleeps, 50);
+  EXPECT_THAT(takeJournal(), testing::Contains(HasSubstr("StreamFormat input 0 = lpcm flags 9, 88200 Hz")));
+}
+
 TEST_F(OutputEngineTest, rateThatIsNotPositiveCountsAsTheEngines) {
   const AudioObjectID device = hardware.addDevice(outputDevice("Speakers"));
   for (const PropertyValue& rate :
@@ -330,6 +358,17 @@ TEST_F(OutputEngineTest, shortFirstCallbackPullsItsBudgetOnce) {
   const auto engine = start(addDevice(8000, SampleRatePolicy::fixed));
   render(*engine, 1);
   EXPECT_THAT(player.calls, ElementsAre(70));
+}
+
+TEST_F(OutputEngineTest, longConvertedCallbackRenders8192FramesAndLeavesTheRestSilent) {
+  const auto engine = start(addDevice(44100, SampleRatePolicy::fixed));
+  const auto samples = render(*engine, 10000);
+  EXPECT_NE(samples[2 * 8191], 0.0F);
+  EXPECT_THAT(std::vector(samples.begin() + 2 * 8192, samples.end()), Each(0.0F));
+  // No pull is longer than a buffer: ceil(1.08843 * 8192) + 64 = 8981 come in two.
+  ASSERT_GE(player.calls.size(), 2U);
+  EXPECT_EQ(player.calls[0], 8192);
+  EXPECT_LE(player.calls[1], 8981 - 8192);
 }
 
 class OutputEngineConversion : public OutputEngineTest, public testing::WithParamInterface<double> {};

@@ -7,11 +7,13 @@
 #include "platform/audio_router_error.h"
 #include "support/engine_scene.h"
 #include "support/ring_reading.h"
+#include "support/simulated_client.h"
 
 namespace brindlemux {
 namespace {
 
 using test::globalAddress;
+using test::interleavedFormat;
 using test::outputDevice;
 using test::playingProcess;
 using testing::Each;
@@ -36,17 +38,6 @@ class ProcessTapCaptureTest : public testing::Test, public test::EngineScene {
       return error.message();
     }
     return "started";
-  }
-
-  StreamFormat tapFormat(double sampleRateHz, std::uint32_t channels) {
-    StreamFormat format;
-    format.sampleRate = sampleRateHz;
-    format.formatFlags = kAudioFormatFlagIsFloat | kAudioFormatFlagIsPacked;
-    format.bytesPerPacket = format.bytesPerFrame = 4 * channels;
-    format.framesPerPacket = 1;
-    format.channelsPerFrame = channels;
-    format.bitsPerChannel = 32;
-    return format;
   }
 };
 
@@ -111,14 +102,14 @@ TEST_F(ProcessTapCaptureTest, hearsItsProcessesOnly) {
 
 // 2048 frames at 48000 Hz last as long as 1881.6 at 44100: 14 blocks of 128 frames, less the look-ahead of 96.
 TEST_F(ProcessTapCaptureTest, tapOfAnotherRateIsConverted) {
-  hardware.setTapFormat(tapFormat(44100, 2));
+  hardware.setTapFormat(interleavedFormat(44100, 2));
   ProcessTapCapture capture(services, std::vector{player}, 128);
   hardware.advance(2048);
   EXPECT_NEAR(static_cast<double>(capture.ring()->head()), (14.0 * 128 - 96) * 48000 / 44100, 2);
 }
 
 TEST_F(ProcessTapCaptureTest, monoTapFillsBothChannels) {
-  hardware.setTapFormat(tapFormat(48000, 1));
+  hardware.setTapFormat(interleavedFormat(48000, 1));
   ProcessTapCapture capture(services, std::vector{player}, 128);
   hardware.advance(128);
   EXPECT_THAT(test::firstFrames(*capture.ring(), 0, 128), testing::AllOf(SizeIs(128), Each(0.25F)));
@@ -126,7 +117,7 @@ TEST_F(ProcessTapCaptureTest, monoTapFillsBothChannels) {
 }
 
 TEST_F(ProcessTapCaptureTest, tapThatReportsNoChannelsStartsAsMono) {
-  hardware.setTapFormat(tapFormat(48000, 0));
+  hardware.setTapFormat(interleavedFormat(48000, 0));
   EXPECT_EQ(failure(), "started");
 }
 
@@ -138,7 +129,7 @@ TEST_F(ProcessTapCaptureTest, withoutAClockNothingIsLeftBehind) {
 }
 
 TEST_F(ProcessTapCaptureTest, impossibleTapFormatLeavesNothingBehind) {
-  hardware.setTapFormat(tapFormat(0, 2));
+  hardware.setTapFormat(interleavedFormat(0, 2));
   EXPECT_EQ(failure(), "Failed to prepare tap buffer");
   EXPECT_THAT(takeJournal(), ElementsAre(HasSubstr("createProcessTap"), HasSubstr("createAggregateDevice"),
                                          "setPropertyData aggregate1 fsiz = 128", "destroyAggregateDevice aggregate1",

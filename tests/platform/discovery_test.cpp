@@ -99,6 +99,28 @@ TEST_F(DiscoveryTest, failingDeviceListGivesNoDevices) {
   EXPECT_EQ(discovery.listAudioDevices().size(), 1U);
 }
 
+TEST_F(DiscoveryTest, listsOfAnotherTypeAreFailedReads) {
+  hardware.addDevice(outputDevice("Speakers"));
+  hardware.addProcess(playingProcess(100));
+  const std::vector<PropertyValue> values = {std::monostate{}, 7U, std::string("list"), BufferLayout{{2}}};
+  for (const PropertyValue& value : values) {
+    hardware.setAnswer(kAudioObjectSystemObject, globalAddress(kAudioHardwarePropertyDevices), answering(value));
+    hardware.setAnswer(kAudioObjectSystemObject, globalAddress(kAudioHardwarePropertyProcessObjectList),
+                       answering(value));
+    EXPECT_THAT(discovery.listAudioDevices(), IsEmpty());
+    EXPECT_THAT(discovery.listAudioProcesses(), IsEmpty());
+  }
+}
+
+TEST_F(DiscoveryTest, deviceThatGoesWhileItIsListedIsLeftOut) {
+  const AudioObjectID gone = hardware.addDevice(outputDevice("Gone"));
+  const AudioObjectID there = hardware.addDevice(outputDevice("There"));
+  hardware.setAnswer(kAudioObjectSystemObject, globalAddress(kAudioHardwarePropertyDevices),
+                     answering(std::vector<AudioObjectID>{gone, there}));
+  hardware.removeDevice(gone);
+  EXPECT_THAT(discovery.listAudioDevices(), ElementsAre(AudioDeviceInfo{there, "There", "There name", 0, 2}));
+}
+
 // 11 bytes hold two whole IDs; 3 bytes hold none.
 TEST_F(DiscoveryTest, deviceListHoldsWholeIDsOnly) {
   for (const char* uid : {"A", "B", "C"}) hardware.addDevice(outputDevice(uid));
@@ -140,6 +162,33 @@ TEST_F(DiscoveryTest, defaultDeviceIsNoneForNoDeviceOrAFailure) {
   EXPECT_EQ(discovery.defaultDeviceID(kAudioHardwarePropertyDefaultOutputDevice), id);
   hardware.journal().failNext("propertyData system dOut", failure);
   EXPECT_EQ(discovery.defaultDeviceID(kAudioHardwarePropertyDefaultOutputDevice), std::nullopt);
+}
+
+TEST_F(DiscoveryTest, lookUpsThatAnswerWithAnotherTypeFindNothing) {
+  hardware.setDefaultOutputDevice(hardware.addDevice(outputDevice("Speakers")));
+  const std::vector<PropertyValue> values = {std::monostate{}, std::string("Speakers"), std::int32_t{2}, 2.0};
+  for (const PropertyValue& value : values) {
+    for (const FourCharCode selector :
+         {kAudioHardwarePropertyTranslateUIDToDevice, kAudioHardwarePropertyDefaultOutputDevice}) {
+      hardware.setAnswer(kAudioObjectSystemObject, globalAddress(selector), answering(value));
+    }
+    EXPECT_EQ(discovery.findDevice("Speakers"), std::nullopt);
+    EXPECT_EQ(discovery.defaultDeviceID(kAudioHardwarePropertyDefaultOutputDevice), std::nullopt);
+  }
+}
+
+TEST_F(DiscoveryTest, layoutOfAnotherTypeHasNoChannels) {
+  const AudioObjectID id = hardware.addDevice(outputDevice("Speakers"));
+  hardware.setAnswer(id, {kAudioDevicePropertyStreamConfiguration, kAudioObjectPropertyScopeOutput, 0}, answering(2U));
+  EXPECT_EQ(discovery.deviceChannelCount(id, kAudioObjectPropertyScopeOutput), 0);
+}
+
+// 3 * (2^32 - 1) fits into 64 bits.
+TEST_F(DiscoveryTest, channelsAreSummedIn64Bits) {
+  SimulatedDevice device = outputDevice("Large");
+  device.outputBuffers = {0xFFFFFFFF, 0xFFFFFFFF, 0xFFFFFFFF};
+  const AudioObjectID id = hardware.addDevice(device);
+  EXPECT_EQ(discovery.deviceChannelCount(id, kAudioObjectPropertyScopeOutput), 12884901885);
 }
 
 TEST_F(DiscoveryTest, nominalRateOfAnUnreadableDeviceIsZero) {
@@ -197,6 +246,29 @@ TEST_F(DiscoveryTest, clockTestsAreCaseSensitiveAndTheTapTestIsAPrefix) {
   EXPECT_EQ(discovery.tapClockOutputUID(), "brindlemuxaudio_uid_1");
   hardware.setDefaultOutputDevice(hardware.addDevice(outputDevice("not com.brindlemux.tap.1")));
   EXPECT_EQ(discovery.tapClockOutputUID(), "not com.brindlemux.tap.1");
+}
+
+TEST_F(DiscoveryTest, defaultDeviceWithoutAReadableUIDIsPassedOver) {
+  const AudioObjectID nameless = hardware.addDevice(outputDevice("Default"));
+  hardware.setDefaultOutputDevice(nameless);
+  hardware.addDevice(outputDevice("Speakers"));
+  hardware.setAnswer(nameless, globalAddress(kAudioDevicePropertyDeviceUID), failing());
+  EXPECT_EQ(discovery.tapClockOutputUID(), "Speakers");
+  hardware.journal().failNext("propertyData system dOut", failure);
+  EXPECT_EQ(discovery.tapClockOutputUID(), "Speakers");
+}
+
+// The server says that it is for output; nobody counts its channels.
+TEST_F(DiscoveryTest, defaultOutputClocksTapsWhateverItsChannels) {
+  hardware.addDevice(outputDevice("Speakers"));
+  hardware.setDefaultOutputDevice(hardware.addDevice(outputDevice("Default", 0)));
+  EXPECT_EQ(discovery.tapClockOutputUID(), "Default");
+}
+
+TEST_F(DiscoveryTest, deviceWithoutOutputChannelsIsPassedOver) {
+  hardware.addDevice(outputDevice("Silent", 0));
+  hardware.addDevice(outputDevice("Mono", 1));
+  EXPECT_EQ(discovery.tapClockOutputUID(), "Mono");
 }
 
 // Processes.
@@ -277,6 +349,62 @@ TEST_F(DiscoveryTest, failingProcessListGivesNoProcesses) {
   hardware.journal().failNext("propertyData system prs#", failure);
   EXPECT_THAT(discovery.listAudioProcesses(), IsEmpty());
   EXPECT_EQ(discovery.listAudioProcesses().size(), 1U);
+}
+
+// By code points "Zither" < "apple" < "Ärger".
+TEST_F(DiscoveryTest, processesAreSortedAsPeopleSortNames) {
+  const auto add = [this](std::int32_t pid, const std::string& name) {
+    applications.set(pid, name);
+    hardware.addProcess(playingProcess(pid));
+  };
+  add(1, "Zither");
+  add(2, "apple");
+  add(3, "\u00C4rger");
+  add(4, "banjo");
+  EXPECT_THAT(names(discovery.listAudioProcesses()), ElementsAre("apple", "\u00C4rger", "banjo", "Zither"));
+}
+
+TEST_F(DiscoveryTest, unreadableBundleIDCountsAsNone) {
+  const AudioObjectID id = hardware.addProcess(playingProcess(100, "com.example.Player"));
+  const std::vector<SimulatedAnswer> answers = {failing(), answering(std::monostate{}), answering(7U)};
+  for (const SimulatedAnswer& answer : answers) {
+    hardware.setAnswer(id, globalAddress(kAudioProcessPropertyBundleID), answer);
+    EXPECT_THAT(discovery.listAudioProcesses(), ElementsAre(AudioProcessInfo{id, 100, "PID 100", std::nullopt, true}));
+  }
+}
+
+TEST_F(DiscoveryTest, anyPlayingStateButZeroCounts) {
+  const AudioObjectID id = hardware.addProcess(playingProcess(100, "com.example.Player"));
+  applications.set(100, "Player");
+  const std::vector<std::pair<PropertyValue, bool>> states = {
+      {0U, false}, {2U, true}, {0xFFFFFFFF, true}, {std::int32_t{1}, false}, {std::monostate{}, false}};
+  for (const auto& [state, isPlaying] : states) {
+    hardware.setAnswer(id, globalAddress(kAudioProcessPropertyIsRunningOutput), answering(state));
+    EXPECT_EQ(discovery.listAudioProcesses().at(0).isPlaying, isPlaying);
+  }
+}
+
+// 7 bytes hold one whole ID; 3 hold none.
+TEST_F(DiscoveryTest, processListHoldsWholeIDsOnly) {
+  hardware.addProcess(playingProcess(100));
+  hardware.addProcess(playingProcess(101));
+  SimulatedAnswer answer;
+  answer.byteSize = 7;
+  hardware.setAnswer(kAudioObjectSystemObject, globalAddress(kAudioHardwarePropertyProcessObjectList), answer);
+  EXPECT_THAT(names(discovery.listAudioProcesses()), ElementsAre("PID 100"));
+  answer.byteSize = 3;
+  hardware.setAnswer(kAudioObjectSystemObject, globalAddress(kAudioHardwarePropertyProcessObjectList), answer);
+  EXPECT_THAT(discovery.listAudioProcesses(), IsEmpty());
+}
+
+TEST_F(DiscoveryTest, readsOneProcessInAFixedOrder) {
+  hardware.addProcess(playingProcess(100, "com.example.Player"));
+  hardware.journal().keepReads({kAudioHardwarePropertyProcessObjectList, kAudioProcessPropertyPID,
+                                kAudioProcessPropertyBundleID, kAudioProcessPropertyIsRunningOutput});
+  discovery.listAudioProcesses();
+  EXPECT_THAT(hardware.journal().lines(),
+              ElementsAre("propertyDataSize system prs#", "propertyData system prs#", "propertyData process 100 ppid",
+                          "propertyData process 100 pbid", "propertyData process 100 piro"));
 }
 
 TEST_F(DiscoveryTest, emptyProcessListIsNotRead) {

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <limits>
 
 #include "support/simulated_scene.h"
 
@@ -49,6 +50,37 @@ TEST_F(DriverConfigTest, findsTheDriverByItsIdentity) {
   EXPECT_EQ(config.pluginObjectID(), std::nullopt);
 }
 
+TEST_F(DriverConfigTest, driverThatIsNoObjectIsNotFound) {
+  hardware.installDriver({device("A", 2)});
+  const std::vector<PropertyValue> values = {std::monostate{}, kAudioObjectUnknown, std::int32_t{2},
+                                             std::string("driver")};
+  for (const PropertyValue& value : values) {
+    SimulatedAnswer answer;
+    answer.value = value;
+    hardware.setAnswer(kAudioObjectSystemObject, test::globalAddress(kAudioHardwarePropertyTranslateBundleIDToPlugIn),
+                       answer);
+    EXPECT_EQ(config.pluginObjectID(), std::nullopt);
+    EXPECT_EQ(config.readDevices(), std::nullopt);
+    EXPECT_FALSE(config.writeDevices({}));
+  }
+  EXPECT_THAT(hardware.journal().lines(), IsEmpty());
+}
+
+// Counts at the ends of their type are read too.
+TEST_F(DriverConfigTest, countsOfAnySizeAreMadeEven) {
+  hardware.installDriver();
+  answerWithElements({element("least", std::numeric_limits<std::int64_t>::min()),
+                      element("most", std::numeric_limits<std::int64_t>::max())});
+  EXPECT_THAT(config.readDevices(), Optional(ElementsAre(device("least", 2), device("most", 16))));
+}
+
+// Two elements may describe the same device; it is not for the reader to choose.
+TEST_F(DriverConfigTest, repeatedElementsAreKept) {
+  hardware.installDriver();
+  answerWithElements({element("A", std::int64_t{2}), element("A", std::int64_t{4})});
+  EXPECT_THAT(config.readDevices(), Optional(ElementsAre(device("A", 2), device("A", 4))));
+}
+
 TEST_F(DriverConfigTest, anEmptyListIsNotAMissingOne) {
   hardware.installDriver();
   EXPECT_EQ(config.readDevices(), std::nullopt);
@@ -76,6 +108,11 @@ TEST_F(DriverConfigTest, malformedElementsAreDroppedAndTheRestKept) {
       element("A", std::int64_t{2}),
       element("text", std::string("2")),
       element("fraction", 2.0),
+      element("truth", true),
+      element("nothing", DictionaryValue()),
+      element("list", DictionaryArray{std::int64_t{2}}),
+      Dictionary{{"uid", DictionaryValue()}, {"name", std::string("n")}, {"channels", std::int64_t{2}}},
+      Dictionary{{"uid", std::string("u")}, {"name", std::int64_t{1}}, {"channels", std::int64_t{2}}},
       Dictionary{{"name", std::string("no UID")}, {"channels", std::int64_t{2}}},
       Dictionary{{"uid", std::string("no name")}, {"channels", std::int64_t{2}}},
       Dictionary{{"uid", std::int64_t{1}}, {"name", std::string("n")}, {"channels", std::int64_t{2}}},

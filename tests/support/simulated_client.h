@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdint>
 #include <gtest/gtest.h>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/audio_hardware.h"
@@ -69,6 +71,22 @@ inline AudioUnitID startConstant(AudioHardware& hardware, AudioObjectID device, 
     std::fill_n(output.front().data, output.front().byteSize / sizeof(float), value);
     return noErr;
   });
+}
+
+/// Makes a tap and the aggregate device that plays it on the clock of "Speakers".
+inline AudioObjectID addTapAggregate(AudioHardware& hardware, const TapDescription& description) {
+  AudioObjectID tap = 0;
+  EXPECT_EQ(hardware.createProcessTap(description, tap), noErr);
+  const std::string speakers = "Speakers";
+  AudioObjectID aggregate = 0;
+  EXPECT_EQ(hardware.createAggregateDevice({{"name", std::string("Aggregate")},
+                                            {"uid", "aggregate " + description.uuid.string()},
+                                            {"master", speakers},
+                                            {"subdevices", DictionaryArray{Dictionary{{"uid", speakers}}}},
+                                            {"taps", DictionaryArray{Dictionary{{"uid", description.uuid.string()}}}}},
+                                           aggregate),
+            noErr);
+  return aggregate;
 }
 
 }  // namespace brindlemux::test

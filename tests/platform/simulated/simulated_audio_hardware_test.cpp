@@ -114,17 +114,7 @@ TEST_F(SimulatedAudioHardwareTest, tapHearsItsSelectionOfPlayingProcesses) {
     description.uuid = uuids.next();
     description.selection = selection;
     description.processes = {one};
-    AudioObjectID tap = 0;
-    EXPECT_EQ(hardware.createProcessTap(description, tap), noErr);
-    AudioObjectID aggregate = 0;
-    EXPECT_EQ(
-        hardware.createAggregateDevice({{"name", std::string("Aggregate")},
-                                        {"uid", "aggregate " + description.uuid.string()},
-                                        {"master", std::string("Speakers")},
-                                        {"subdevices", DictionaryArray{Dictionary{{"uid", std::string("Speakers")}}}},
-                                        {"taps", DictionaryArray{Dictionary{{"uid", description.uuid.string()}}}}},
-                                       aggregate),
-        noErr);
+    const AudioObjectID aggregate = test::addTapAggregate(hardware, description);
     std::vector<std::vector<float>> buffers;
     const auto procedure = capture(aggregate, buffers);
     hardware.advance(512);

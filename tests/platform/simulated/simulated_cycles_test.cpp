@@ -53,18 +53,7 @@ class SimulatedCyclesTest : public testing::Test, public test::SimulatedScene {
     TapDescription description;
     description.uuid = uuids.next();
     description.selection = TapDescription::Selection::allExcept;
-    AudioObjectID tap = 0;
-    EXPECT_EQ(hardware.createProcessTap(description, tap), noErr);
-    AudioObjectID aggregate = 0;
-    EXPECT_EQ(
-        hardware.createAggregateDevice({{"name", std::string("Aggregate")},
-                                        {"uid", "aggregate " + description.uuid.string()},
-                                        {"master", std::string("Speakers")},
-                                        {"subdevices", DictionaryArray{Dictionary{{"uid", std::string("Speakers")}}}},
-                                        {"taps", DictionaryArray{Dictionary{{"uid", description.uuid.string()}}}}},
-                                       aggregate),
-        noErr);
-    return aggregate;
+    return test::addTapAggregate(hardware, description);
   }
 };
 
