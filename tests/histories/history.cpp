@@ -206,7 +206,7 @@ void History::advance(std::int64_t frames) {
 void History::settleAndListen() {
   endFaults();
   refresh();
-  world_.evenBlocks();
+  world_.evenPace();
   listen(*this);
 }
 

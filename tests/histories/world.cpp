@@ -65,7 +65,10 @@ World::World(Random& random) : virtualChannels_(virtualUIDs().size(), 2) {
   for (Pluggable& device : devices) {
     if (device.isVirtual || random.chance(60)) plugIn(device, random);
   }
-  if (random.chance(30)) hardware.setTapFormat(test::interleavedFormat(random.chance(50) ? 44100 : 96000, 2));
+  StreamFormat tapFormat = test::interleavedFormat(48000, 2);
+  if (random.chance(30)) tapFormat.sampleRate = random.chance(50) ? 44100 : 96000;
+  if (random.chance(20)) tapFormat.formatFlags |= kAudioFormatFlagIsNonInterleaved;
+  hardware.setTapFormat(tapFormat);
   if (random.chance(30)) hardware.setTapBlockPattern({104, 139, 940});
   if (random.chance(50)) {
     // The program itself plays, and must never be heard.
@@ -154,16 +157,19 @@ void World::changeChannels(Pluggable& device, Random& random) {
   current.outputBuffers = wanted.outputBuffers;
 }
 
-void World::changeBlocks(Pluggable& device, Random& random) {
+void World::changePace(Pluggable& device, Random& random) {
   static const std::vector<std::vector<std::uint32_t>> patterns = {{},   {1},       {104}, {139, 104}, {512, 1, 940},
                                                                    {64}, {480, 481}};
   SimulatedDevice& current = hardware.device(device.id);
   current.blockPattern = random.oneOf(patterns);
+  current.driftPPM = random.chance(50) ? 0.0 : static_cast<double>(random.between(-300, 300));
 }
 
-void World::evenBlocks() {
+void World::evenPace() {
   for (const Pluggable& device : devices) {
-    if (device.isPresent()) hardware.device(device.id).blockPattern.clear();
+    if (!device.isPresent()) continue;
+    hardware.device(device.id).blockPattern.clear();
+    hardware.device(device.id).driftPPM = 0;
   }
   hardware.setTapBlockPattern({});
 }

@@ -42,9 +42,10 @@ class World : public test::EngineScene {
   /// The virtual device has this many channels when it is plugged in next.
   void setVirtualChannels(const std::string& uid, std::int64_t channels);
   void changeChannels(Pluggable& device, Random& random);
-  void changeBlocks(Pluggable& device, Random& random);
-  /// All blocks take the length that was asked for last.
-  void evenBlocks();
+  /// Its blocks vary from here on, or not, and its clock runs off by some millionths, or not.
+  void changePace(Pluggable& device, Random& random);
+  /// All blocks take the length that was asked for last, and all clocks run alike.
+  void evenPace();
 
   /// Whether the server makes output units, or answers success without one.
   void refuseUnits(bool refuses);

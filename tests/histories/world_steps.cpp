@@ -86,11 +86,11 @@ std::string moveProcess(History& history, Random& random) {
   return "move " + process.bundleID + " to " + uid;
 }
 
-std::string changeBlocks(History& history, Random& random) {
+std::string changePace(History& history, Random& random) {
   Pluggable* device = history.world().present(random);
   if (device == nullptr) return {};
-  history.world().changeBlocks(*device, random);
-  return "change blocks of " + device->uid;
+  history.world().changePace(*device, random);
+  return "change the pace of " + device->uid;
 }
 
 std::string advance(History& history, Random& random) {
@@ -117,7 +117,7 @@ std::span<const Step> worldSteps() {
                                                      {30, quitProcess},
                                                      {40, playOrPause},
                                                      {15, moveProcess},
-                                                     {15, changeBlocks},
+                                                     {15, changePace},
                                                      {200, advance},
                                                      {5, settle}});
   return steps;
