@@ -108,7 +108,7 @@ std::string settle(History& history, Random&) {
 }  // namespace
 
 std::span<const Step> worldSteps() {
-  static constexpr auto steps = std::to_array<Step>({{40, plugIn},
+  static constexpr auto steps = std::to_array<Step>({{90, plugIn},
                                                      {25, plugOut},
                                                      {15, changeVirtualChannels},
                                                      {15, changeChannels},
