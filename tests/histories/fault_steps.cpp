@@ -59,6 +59,15 @@ std::string failEvery(History& history, Random& random) {
   return "fail every \"" + prefix + "\"";
 }
 
+/// Nothing stops any more, and nothing is released.
+std::string refuseReleases(History& history, Random& random) {
+  const OSStatus status = anyStatus(random);
+  for (const char* prefix : {"stop", "uninitialize", "dispose", "destroy"}) {
+    history.world().hardware.journal().failEvery(prefix, status);
+  }
+  return "release nothing";
+}
+
 std::string refuseUnits(History& history, Random&) {
   history.world().refuseUnits(true);
   return "make no units";
@@ -72,8 +81,8 @@ std::string endFaults(History& history, Random&) {
 }  // namespace
 
 std::span<const Step> faultSteps() {
-  static constexpr auto steps =
-      std::to_array<Step>({{40, failOnce}, {20, failCall}, {8, failEvery}, {3, refuseUnits}, {40, endFaults}});
+  static constexpr auto steps = std::to_array<Step>(
+      {{40, failOnce}, {20, failCall}, {8, failEvery}, {3, refuseReleases}, {3, refuseUnits}, {40, endFaults}});
   return steps;
 }
 
