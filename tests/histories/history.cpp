@@ -208,6 +208,9 @@ void History::settleAndListen() {
   refresh();
   world_.evenPace();
   listen(*this);
+  // What the server refused to release was there to be heard, and does not pile up.
+  release(world_.hardware, refused_);
+  refused_.clear();
 }
 
 /// Takes every reader out of the plans and back in, while the captures run on: it starts anew, at a distance from a

@@ -125,4 +125,31 @@ RunningTaps tapsOf(const World& world, const Labels& labels) {
   return taps;
 }
 
+void release(SimulatedAudioHardware& hardware, const Labels& labels) {
+  const auto listed = [&labels](const auto& table, const auto& labelOf) {
+    std::vector<std::uint64_t> numbers;
+    for (const auto& entry : table) {
+      if (labels.contains(labelOf(entry.first))) numbers.push_back(entry.first);
+    }
+    return numbers;
+  };
+  const auto labelOfObject = [&hardware](AudioObjectID object) { return named(hardware, object); };
+  for (const auto unit : listed(hardware.io().units(), [](AudioUnitID id) { return label("unit", id); })) {
+    hardware.stopOutputUnit(unit);
+    hardware.uninitializeAudioUnit(unit);
+    hardware.disposeAudioUnit(unit);
+  }
+  for (const auto proc : listed(hardware.io().procs(), [](AudioDeviceIOProcID id) { return label("proc", id); })) {
+    const AudioObjectID device = hardware.io().procs().at(proc).device;
+    hardware.stopDevice(device, proc);
+    hardware.destroyIOProc(device, proc);
+  }
+  for (const auto aggregate : listed(hardware.objects().aggregates(), labelOfObject)) {
+    hardware.destroyAggregateDevice(static_cast<AudioObjectID>(aggregate));
+  }
+  for (const auto tap : listed(hardware.objects().taps(), labelOfObject)) {
+    hardware.destroyProcessTap(static_cast<AudioObjectID>(tap));
+  }
+}
+
 }  // namespace brindlemux::history

@@ -46,4 +46,7 @@ Labels labelsOf(const SimulatedAudioHardware& hardware);
 Running runningOf(const World& world, const Labels& labels);
 RunningTaps tapsOf(const World& world, const Labels& labels);
 
+/// Releases the resources with these labels, as a server does that is itself again.
+void release(SimulatedAudioHardware& hardware, const Labels& labels);
+
 }  // namespace brindlemux::history
