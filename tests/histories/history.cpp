@@ -213,14 +213,17 @@ void History::settleAndListen() {
   refused_.clear();
 }
 
-/// Takes every reader out of the plans and back in, while the captures run on: it starts anew, at a distance from a
-/// writer whose blocks are known.
-void History::repositionReaders() {
+/// Takes readers out of the plans and back in, while the captures run on: they start anew, at a distance from a writer
+/// whose blocks are known.
+void History::repositionReaders(Readers readers) {
   for (Routing& routing : routings_) {
     if (routing.engine == nullptr) continue;
     const DeviceGraph full = routing.graph;
-    for (SourceNodeConfig& source : routing.graph.sources) source.enabled = false;
-    routing.graph.monitors.clear();
+    if (readers == Readers::monitors) {
+      routing.graph.monitors.clear();
+    } else {
+      for (SourceNodeConfig& source : routing.graph.sources) source.enabled = false;
+    }
     reconcile(routing);
     routing.graph = full;
     reconcile(routing);

@@ -43,7 +43,8 @@ class History {
 
   void endFaults();
   void advance(std::int64_t frames);
-  void repositionReaders();
+  enum class Readers { monitors, sources };
+  void repositionReaders(Readers readers);
   /// Ends all faults and listens to everything.
   void settleAndListen();
 

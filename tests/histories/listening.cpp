@@ -138,7 +138,10 @@ void listen(History& history) {
   World& world = history.world();
   world.hardware.advance(startingFrames);
   expectSound(history, Allowed::gaps);
-  history.repositionReaders();
+  // A monitor asks its device for other blocks when it is made, which a capture of the same device gets too.
+  history.repositionReaders(History::Readers::monitors);
+  world.hardware.advance(startingFrames);
+  history.repositionReaders(History::Readers::sources);
   world.hardware.advance(settlingFrames);
   // The distance at which readers start goes by the largest block, but what a conversion hands over or pulls for a
   // block varies by a frame or so: a reader may run dry by that much, and then lags by that much more.
