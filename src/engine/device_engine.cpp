@@ -49,10 +49,9 @@ void DeviceEngine::reconcileVirtualOutput(bool deviceChanged) {
   virtualOutput_ = nullptr;
   if (!isWanted) return;
   try {
-    // Outputs stop before the engine goes, so their callbacks may borrow it.
     virtualOutput_ = std::make_unique<OutputEngine>(
         services_, virtualDeviceID_, deviceChannels_, bufferFrames(),
-        [this](std::span<float* const> buffers, std::int64_t frames) { bus_.renderVirtual(buffers, frames); });
+        [bus = bus_](std::span<float* const> buffers, std::int64_t frames) { bus->renderVirtual(buffers, frames); });
   } catch (const std::exception& error) {
     lastError = error.what();
   }
@@ -60,14 +59,14 @@ void DeviceEngine::reconcileVirtualOutput(bool deviceChanged) {
 
 void DeviceEngine::reconcileLoopback(bool deviceChanged) {
   if (deviceChanged) {
-    bus_.dropMonitorInputRing();
+    bus_->dropMonitorInputRing();
     if (deviceInputCapture_ != nullptr) deviceInputCapture_->stop();
     deviceInputCapture_ = nullptr;
   }
   if (deviceInputCapture_ != nullptr) return;
   try {
     deviceInputCapture_ = std::make_unique<InputEngine>(services_, virtualDeviceID_, bufferFrames());
-    bus_.setMonitorInputRing(deviceInputCapture_->ring());
+    bus_->setMonitorInputRing(deviceInputCapture_->ring());
   } catch (const std::exception& error) {
     lastError = error.what();
   }
@@ -102,35 +101,35 @@ void DeviceEngine::reconcileMonitor(const MonitorNodeConfig& monitor, std::span<
   }
   if (!isPresent) return;
   try {
-    auto output =
-        std::make_unique<OutputEngine>(services_, device->id, channels, bufferFrames(),
-                                       [this, id = monitor.id](std::span<float* const> buffers, std::int64_t frames) {
-                                         bus_.renderMonitor(id, buffers, frames);
-                                       });
+    auto output = std::make_unique<OutputEngine>(
+        services_, device->id, channels, bufferFrames(),
+        [bus = bus_, id = monitor.id](std::span<float* const> buffers, std::int64_t frames) {
+          bus->renderMonitor(id, buffers, frames);
+        });
     monitorOutputs_[monitor.id] = {std::move(output), channels, device->id};
   } catch (const std::exception& error) {
     lastError = error.what();
   }
 }
 
-void DeviceEngine::rebuildPlans() { bus_.rebuildPlans(graph_, runningRings(), deviceChannels_); }
+void DeviceEngine::rebuildPlans() { bus_->rebuildPlans(graph_, runningRings(), deviceChannels_); }
 
 void DeviceEngine::stopAll() {
   for (auto& entry : monitorOutputs_) entry.second.output->stop();
   monitorOutputs_.clear();
   if (virtualOutput_ != nullptr) virtualOutput_->stop();
   virtualOutput_ = nullptr;
-  bus_.dropMonitorInputRing();
+  bus_->dropMonitorInputRing();
   if (deviceInputCapture_ != nullptr) deviceInputCapture_->stop();
   deviceInputCapture_ = nullptr;
   for (auto& entry : sourceRuntimes_) entry.second->stop();
   sourceRuntimes_.clear();
-  bus_.clear();
+  bus_->clear();
 }
 
 MeterSnapshot DeviceEngine::meterSnapshot() {
   SourceRing* loopback = deviceInputCapture_ == nullptr ? nullptr : deviceInputCapture_->ring().get();
-  return meter_.snapshot(runningRings(), bus_, loopback);
+  return meter_.snapshot(runningRings(), *bus_, loopback);
 }
 
 }  // namespace brindlemux

@@ -73,7 +73,8 @@ class DeviceEngine {
   DeviceGraph graph_;
   std::int64_t deviceChannels_ = 2;
   AudioObjectID virtualDeviceID_ = kAudioObjectUnknown;
-  MixBus bus_;
+  /// Shared with the outputs' render functions, one of which a server may go on calling that refuses to stop it.
+  const std::shared_ptr<MixBus> bus_ = std::make_shared<MixBus>();
   EngineMeter meter_;
   std::unordered_map<UUID, std::unique_ptr<SourceRuntime>> sourceRuntimes_;
   std::unique_ptr<InputEngine> deviceInputCapture_;

@@ -1,7 +1,6 @@
 #include "engine/input_engine.h"
 
 #include <algorithm>
-#include <optional>
 
 #include "engine/capture_path.h"
 #include "platform/audio_router_error.h"
@@ -23,7 +22,6 @@ struct InputEngine::State {
   AudioHardware& hardware;
   const AudioObjectID device;
   std::shared_ptr<SourceRing> ring;
-  std::optional<CapturePath> path;
   AudioDeviceIOProcID ioProc = 0;
   bool stopped = false;
 
@@ -39,9 +37,10 @@ void InputEngine::State::start(const Discovery& discovery, std::int64_t bufferFr
   hardware.setPropertyData(device, bufferSizeAddress, static_cast<std::uint32_t>(bufferFrames));
   const auto format = standardFloatFormat(sampleRateHz, ring->channels());
   if (!format) throw AudioRouterError("Failed to prepare input buffer");
-  path.emplace(*format, ring);
+  // Shared with the block alone: a server that refuses to stop it finds a way into a ring that nobody reads.
+  const auto path = std::make_shared<CapturePath>(*format, ring);
   check(hardware.createIOProc(
-            device, queueLabel, [this](AudioBufferList input) { path->take(input); }, ioProc),
+            device, queueLabel, [path](AudioBufferList input) { path->take(input); }, ioProc),
         "Creating input IOProc");
   const OSStatus status = hardware.startDevice(device, ioProc);
   if (status == noErr) return;

@@ -1,10 +1,13 @@
 #include "engine/output_engine.h"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cmath>
 #include <cstring>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "engine/planar_buffer.h"
 #include "engine/sample_rate_converter.h"
@@ -53,6 +56,21 @@ StreamFormat interleavedFloatFormat(double sampleRateHz, std::int64_t channels) 
   return format;
 }
 
+/// A stretch of silence, once.
+class Silence final : public ConverterSource {
+ public:
+  Silence(std::span<float* const> cleared, std::int64_t frames)
+      : channels_(cleared.begin(), cleared.end()), frames_(frames) {}
+
+  ConverterInput pull(std::int64_t) noexcept override {
+    return {.channels = channels_, .frames = std::exchange(frames_, 0)};
+  }
+
+ private:
+  const std::vector<const float*> channels_;
+  std::int64_t frames_;
+};
+
 }  // namespace
 
 struct OutputEngine::State final : ConverterSource {
@@ -60,7 +78,7 @@ struct OutputEngine::State final : ConverterSource {
 
   void setUpConversion(double deviceRateHz);
   void createUnit();
-  void configureUnit(double deviceRateHz);
+  static void configureUnit(const std::shared_ptr<State>& state, double deviceRateHz);
   void stop();
 
   OSStatus performRender(AudioBufferList output, std::uint32_t frameCount) noexcept;
@@ -75,7 +93,7 @@ struct OutputEngine::State final : ConverterSource {
   AudioUnitID unit = 0;
   RenderFunction render;
   PlanarBuffer scratch;
-  bool stopped = false;
+  std::atomic<bool> stopped = false;
 
   std::unique_ptr<SampleRateConverter> converter;
   PlanarBuffer converterInput;
@@ -108,6 +126,10 @@ void OutputEngine::State::setUpConversion(double deviceRateHz) {
   converterInput = PlanarBuffer(channels, maxFrames);
   converterOutput = PlanarBuffer(channels, maxFrames);
   inputPerOutputFrame = engineSampleRateHz / deviceRateHz;
+  // The filter looks ahead into silence at first. A first callback that had to fill it would pull that much more than
+  // those after it, and leave the reader of a ring too close behind its writer.
+  Silence silence(converterInput.channels(), SampleRateConverter::lookAheadFrames(engineSampleRateHz, deviceRateHz));
+  converter->convert(silence, converterOutput.channels(), maxFrames);
   carry = PlanarBuffer(channels, maxFrames);
 }
 
@@ -119,17 +141,19 @@ void OutputEngine::State::createUnit() {
   if (unit == 0) throw AudioRouterError("Audio unit was not created");
 }
 
-void OutputEngine::State::configureUnit(double deviceRateHz) {
+void OutputEngine::State::configureUnit(const std::shared_ptr<State>& state, double deviceRateHz) {
+  AudioHardware& hardware = state->hardware;
+  const AudioUnitID unit = state->unit;
   hardware.setAudioUnitProperty(unit, kAudioOutputUnitProperty_EnableIO, AudioUnitScope::input, 1, 0U);
   hardware.setAudioUnitProperty(unit, kAudioOutputUnitProperty_EnableIO, AudioUnitScope::output, 0, 1U);
-  check(hardware.setAudioUnitProperty(unit, kAudioOutputUnitProperty_CurrentDevice, AudioUnitScope::global, 0, device),
+  check(hardware.setAudioUnitProperty(unit, kAudioOutputUnitProperty_CurrentDevice, AudioUnitScope::global, 0,
+                                      state->device),
         "Setting output device");
   check(hardware.setAudioUnitProperty(unit, kAudioUnitProperty_StreamFormat, AudioUnitScope::input, 0,
-                                      interleavedFloatFormat(deviceRateHz, channels)),
+                                      interleavedFloatFormat(deviceRateHz, state->channels)),
         "Setting client format");
-  // The unit never calls back once stop() has returned, so it may borrow this object.
-  const RenderCallback callback = [this](AudioBufferList output, std::uint32_t frameCount) {
-    return performRender(output, frameCount);
+  const RenderCallback callback = [state](AudioBufferList output, std::uint32_t frameCount) {
+    return state->performRender(output, frameCount);
   };
   check(hardware.setAudioUnitProperty(unit, kAudioUnitProperty_SetRenderCallback, AudioUnitScope::input, 0, callback),
         "Setting render callback");
@@ -138,8 +162,7 @@ void OutputEngine::State::configureUnit(double deviceRateHz) {
 }
 
 void OutputEngine::State::stop() {
-  if (stopped) return;
-  stopped = true;
+  if (stopped.exchange(true)) return;
   if (unit == 0) return;
   hardware.stopOutputUnit(unit);
   hardware.uninitializeAudioUnit(unit);
@@ -151,6 +174,7 @@ OSStatus OutputEngine::State::performRender(AudioBufferList output, std::uint32_
   if (output.empty() || output.front().data == nullptr) return noErr;
   const AudioBuffer& target = output.front();
   std::memset(target.data, 0, target.byteSize);
+  if (stopped) return noErr;
   const std::int64_t heldFrames = target.byteSize / (std::int64_t{sizeof(float)} * channels);
   const std::int64_t frames = std::min({std::int64_t{frameCount}, maxFrames, heldFrames});
   if (frames < 1) return noErr;
@@ -211,7 +235,7 @@ ConverterInput OutputEngine::State::pull(std::int64_t requested) noexcept {
 
 OutputEngine::OutputEngine(const EngineServices& services, AudioObjectID device, std::int64_t channels,
                            std::int64_t bufferFrames, RenderFunction render)
-    : state_(std::make_unique<State>(services, device, channels, std::move(render))) {
+    : state_(std::make_shared<State>(services, device, channels, std::move(render))) {
   const double deviceRateHz = settledSampleRate(services, device);
   services.hardware.setPropertyData(device, global(kAudioDevicePropertyBufferFrameSize),
                                     static_cast<std::uint32_t>(bufferFrames));
@@ -219,7 +243,7 @@ OutputEngine::OutputEngine(const EngineServices& services, AudioObjectID device,
   if (deviceRateHz != engineSampleRateHz) state_->setUpConversion(deviceRateHz);
   state_->createUnit();
   try {
-    state_->configureUnit(deviceRateHz);
+    State::configureUnit(state_, deviceRateHz);
   } catch (...) {
     services.hardware.disposeAudioUnit(state_->unit);
     throw;

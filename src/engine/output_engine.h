@@ -38,7 +38,8 @@ class OutputEngine {
 
  private:
   struct State;
-  std::unique_ptr<State> state_;
+  /// Shared with the unit's callback, which a server that refuses to stop it may go on calling: it plays silence then.
+  std::shared_ptr<State> state_;
 };
 
 }  // namespace brindlemux

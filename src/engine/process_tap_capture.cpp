@@ -62,7 +62,6 @@ struct ProcessTapCapture::State {
   AudioObjectID tap = kAudioObjectUnknown;
   AudioObjectID aggregate = kAudioObjectUnknown;
   AudioDeviceIOProcID ioProc = 0;
-  std::optional<CapturePath> path;
 
   TapDescription describeTap(std::optional<std::vector<AudioObjectID>> processes) const;
   void start(const TapDescription& description, std::int64_t bufferFrames);
@@ -98,9 +97,10 @@ void ProcessTapCapture::State::start(const TapDescription& description, std::int
                            static_cast<std::uint32_t>(bufferFrames));
   const auto format = standardFloatFormat(tapFormat.sampleRate, std::max<std::int64_t>(tapFormat.channelsPerFrame, 1));
   if (!format) throw AudioRouterError("Failed to prepare tap buffer");
-  path.emplace(*format, ring);
+  // Shared with the block alone: a server that refuses to stop it finds a way into a ring that nobody reads.
+  const auto path = std::make_shared<CapturePath>(*format, ring);
   check(hardware.createIOProc(
-            aggregate, queueLabel, [this](AudioBufferList input) { path->take(input); }, ioProc),
+            aggregate, queueLabel, [path](AudioBufferList input) { path->take(input); }, ioProc),
         "Creating tap IOProc");
   check(hardware.startDevice(aggregate, ioProc), "Starting tap IO");
 }

@@ -115,6 +115,10 @@ std::unique_ptr<SampleRateConverter> SampleRateConverter::make(double inputHz, d
   return std::unique_ptr<SampleRateConverter>(new SampleRateConverter(std::move(state)));
 }
 
+std::int64_t SampleRateConverter::lookAheadFrames(double inputHz, double outputHz) {
+  return static_cast<std::int64_t>(filterHalfLength * std::max(1.0, inputHz / outputHz));
+}
+
 SampleRateConverter::SampleRateConverter(std::unique_ptr<State> state) : state_(std::move(state)) {}
 
 SampleRateConverter::~SampleRateConverter() = default;

@@ -20,6 +20,8 @@ class SampleRateConverter {
  public:
   /// Nothing when the library cannot convert between these rates (Hz), or `channels` is not 1 to 16.
   static std::unique_ptr<SampleRateConverter> make(double inputHz, double outputHz, std::int64_t channels);
+  /// The input frames, rounded down, that the filter takes in before the first output frame.
+  static std::int64_t lookAheadFrames(double inputHz, double outputHz);
   ~SampleRateConverter();
   SampleRateConverter(const SampleRateConverter&) = delete;
   SampleRateConverter& operator=(const SampleRateConverter&) = delete;

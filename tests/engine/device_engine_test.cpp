@@ -574,24 +574,39 @@ TEST_F(DeviceEngineTest, failuresOfStoppingAreIgnored) {
   EXPECT_THAT(takeJournal(), IsEmpty());
 }
 
-// Every changing call fails once, in turn: nothing leaks, nothing throws, and the next reconcile mends it.
-TEST_F(DeviceEngineTest, anyFailingCallIsMendedByTheNextReconcile) {
+// A server that will not stop anything goes on calling back.
+TEST_F(DeviceEngineTest, callbacksThatOutliveTheirEngineAreSilentAndHarmless) {
   addMic(1);
   addApp(2);
-  addSource(3, SystemAudioSource{});
-  addMonitor(4);
-  const std::size_t calls = reconcile().size();
-  const std::size_t resources = hardware.liveResources().size();
-  ASSERT_GT(calls, 30U);
-  for (std::size_t call = 1; call <= calls; ++call) {
-    engine.stopAll();
-    ASSERT_THAT(hardware.liveResources(), IsEmpty()) << "call " << call;
-    hardware.journal().failCall(static_cast<std::int64_t>(call), -50);
-    reconcile();
-    ASSERT_EQ(hardware.journal().pendingFaults(), 0U) << "call " << call;
-    reconcile();
-    ASSERT_THAT(hardware.liveResources(), SizeIs(resources)) << "call " << call;
+  addMonitor(3);
+  {
+    DeviceEngine shortLived("BrindlemuxAudio_UID_A", graph, services);
+    shortLived.reconcile(2, discovery.listAudioProcesses(), discovery.listAudioDevices());
+    hardware.advance(4800);
+    for (const char* call : {"stop", "uninitializeAudioUnit", "dispose", "destroy"})
+      hardware.journal().failEvery(call, -50);
   }
+  hardware.takeOutput(virtualDevice);
+  hardware.takeOutput(speakers);
+  EXPECT_THAT(hardware.liveResources(), Contains(HasSubstr("running")).Times(5));
+  hardware.advance(4800);
+  EXPECT_THAT(hardware.takeOutput(virtualDevice).at(0), testing::AllOf(Not(IsEmpty()), Each(0.0F)));
+  EXPECT_THAT(hardware.takeOutput(speakers).at(0), testing::AllOf(Not(IsEmpty()), Each(0.0F)));
+}
+
+TEST_F(DeviceEngineTest, outputThatTheServerWillNotStopDoesNotPlayBesideItsSuccessor) {
+  addMic(1);
+  reconcile();
+  for (const char* call : {"stopOutputUnit", "uninitializeAudioUnit", "disposeAudioUnit"}) {
+    hardware.journal().failEvery(call, -50);
+  }
+  deviceChannels = 4;
+  reconcile();
+  EXPECT_THAT(hardware.liveResources(), Contains(HasSubstr("unit")).Times(2));
+  hardware.advance(9600);
+  hardware.takeOutput(virtualDevice);
+  hardware.advance(4800);
+  EXPECT_THAT(hardware.takeOutput(virtualDevice).at(0), testing::AllOf(Not(IsEmpty()), Each(0.25F)));
 }
 
 // Sound.

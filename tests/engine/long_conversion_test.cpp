@@ -10,6 +10,7 @@
 #include "engine/capture_path.h"
 #include "engine/input_engine.h"
 #include "engine/output_engine.h"
+#include "engine/sample_rate_converter.h"
 #include "support/engine_scene.h"
 #include "support/realtime_guard.h"
 
@@ -79,7 +80,8 @@ TEST_P(LongConversion, outputLosesAndRepeatsNothing) {
   constexpr std::int64_t rateHz = 44100;
   const Tone rendered(48000);
   const Tone expected(rateHz);
-  std::int64_t position = 0;
+  // The filter begins with that much silence.
+  std::int64_t position = SampleRateConverter::lookAheadFrames(48000, rateHz);
   OutputEngine engine(services, addOutput(rateHz), 1, 256, [&](std::span<float* const> buffers, std::int64_t frames) {
     rendered.copy(position, frames, buffers[0]);
     position += frames;
@@ -147,7 +149,8 @@ TEST_P(LongConversionOnServer, outputLosesAndRepeatsNothing) {
   const std::int64_t rateHz = GetParam();
   const Tone rendered(48000);
   const Tone expected(rateHz);
-  std::int64_t position = 0;
+  // The filter begins with that much silence.
+  std::int64_t position = SampleRateConverter::lookAheadFrames(48000, static_cast<double>(rateHz));
   const AudioObjectID device = addOutput(static_cast<double>(rateHz), oddSizes);
   OutputEngine engine(services, device, 1, 256, [&](std::span<float* const> buffers, std::int64_t frames) {
     rendered.copy(position, frames, buffers[0]);

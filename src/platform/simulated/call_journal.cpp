@@ -26,6 +26,7 @@ OSStatus CallJournal::fault(std::string_view line, Kind kind) {
       continue;
     }
     const OSStatus status = candidate->status;
+    ++struckFaults_;
     if (candidate->lasting == Lasting::once) faults_.erase(candidate);
     return status;
   }

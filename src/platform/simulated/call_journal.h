@@ -32,6 +32,8 @@ class CallJournal {
   /// The `number`-th changing call from here fails, once; the next one is number 1.
   void failCall(std::int64_t number, OSStatus status);
   void clearFaults() { faults_.clear(); }
+  /// How many calls have been made to fail.
+  std::int64_t struckFaults() const noexcept { return struckFaults_; }
   /// Faults that have not struck.
   std::size_t pendingFaults() const noexcept { return faults_.size(); }
 
@@ -70,6 +72,7 @@ class CallJournal {
 
   std::vector<std::string> lines_;
   std::vector<Fault> faults_;
+  std::int64_t struckFaults_ = 0;
   std::set<FourCharCode> keptReads_;
 };
 

@@ -70,6 +70,8 @@ class SimulatedAudioHardware final : public AudioHardware {
   /// A line for every I/O procedure, unit, tap and aggregate that exists, running ones marked; none when nothing
   /// leaked.
   std::vector<std::string> liveResources() const;
+  const SimulatedObjects& objects() const noexcept { return objects_; }
+  const SimulatedIO& io() const noexcept { return io_; }
 
   // Time, in frames at 48000 Hz.
 

@@ -43,7 +43,9 @@ TEST(CallJournal, faultStrikesOnceAfterItsSkippedCalls) {
   EXPECT_EQ(change(journal, "start a"), noErr);
   EXPECT_EQ(change(journal, "stop a"), noErr);
   EXPECT_EQ(journal.pendingFaults(), 1U);
+  EXPECT_EQ(journal.struckFaults(), 0);
   EXPECT_EQ(change(journal, "start b"), -5);
+  EXPECT_EQ(journal.struckFaults(), 1);
   EXPECT_EQ(journal.pendingFaults(), 0U);
   EXPECT_EQ(change(journal, "start c"), noErr);
 }
