@@ -37,6 +37,16 @@ std::set<std::string> AppState::virtualDeviceUIDs() const {
   return uids;
 }
 
+DeviceGraph AppState::graph(const std::string& uid) const {
+  const auto known = graphs_.find(uid);
+  return known != graphs_.end() ? known->second : DeviceGraph(uid);
+}
+
+const VirtualDeviceConfig* AppState::findDevice(const std::string& uid) const {
+  const auto found = std::ranges::find(virtualDevices_, uid, &VirtualDeviceConfig::uid);
+  return found != virtualDevices_.end() ? &*found : nullptr;
+}
+
 void AppState::reload() {
   setDriverInstalled(driver_.pluginObjectID().has_value());
   if (!driverInstalled_) {
@@ -76,10 +86,9 @@ void AppState::reconcileEngines() {
   for (const VirtualDeviceConfig& device : devices) {
     // An observer of the error line may end the program.
     if (isShutDown_) return;
-    const auto known = graphs_.find(device.uid);
-    const DeviceGraph graph = known != graphs_.end() ? known->second : DeviceGraph(device.uid);
-    DeviceEngine& engine = engineFor(device.uid, graph);
-    engine.setGraph(graph);
+    const DeviceGraph wanted = graph(device.uid);
+    DeviceEngine& engine = engineFor(device.uid, wanted);
+    engine.setGraph(wanted);
     engine.reconcile(device.channels, processes_, audioDevices_);
     // Taken from the engine before it is published, since an observer may remove the engine.
     if (const auto error = std::exchange(engine.lastError, std::nullopt)) {
@@ -97,6 +106,13 @@ void AppState::discardEnginesExcept(const std::set<std::string>& uids) {
     entry.second->stopAll();
     return true;
   });
+}
+
+void AppState::discardEngine(const std::string& uid) {
+  const auto found = engines_.find(uid);
+  if (found == engines_.end()) return;
+  found->second->stopAll();
+  engines_.erase(found);
 }
 
 DeviceEngine& AppState::engineFor(const std::string& uid, const DeviceGraph& graph) {
@@ -134,6 +150,7 @@ void AppState::shutdown() {
   if (refreshDebounce_) refreshDebounce_->cancel();
   if (refreshTimer_) refreshTimer_->cancel();
   if (meterTimer_) meterTimer_->cancel();
+  delayedRefreshes_.clear();
   for (const auto& [uid, engine] : engines_) engine->stopAll();
   engines_.clear();
 }
@@ -152,6 +169,11 @@ void AppState::setVirtualDevices(std::vector<VirtualDeviceConfig> devices) {
 void AppState::setSelectedDeviceUID(std::optional<std::string> uid) {
   selectedDeviceUID_ = std::move(uid);
   Q_EMIT selectedDeviceUIDChanged();
+}
+
+void AppState::setGraph(const std::string& uid, DeviceGraph graph) {
+  graphs_.insert_or_assign(uid, std::move(graph));
+  Q_EMIT graphsChanged();
 }
 
 void AppState::setProcesses(std::vector<AudioProcessInfo> processes) {

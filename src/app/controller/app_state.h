@@ -7,6 +7,7 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <list>
 #include <map>
 #include <memory>
 #include <optional>
@@ -32,6 +33,10 @@ namespace brindlemux {
 /// Owns the engines and the timers; borrows the services. Every assignment of a published field emits its signal, also
 /// when the value stays the same. In QML the devices are a list model, and text that is not there is empty.
 ///
+/// Only its commands change the driver's list of devices, and only it writes the graphs file. The driver decides which
+/// devices there are: a command hands it the whole list and, once it has accepted that, reads the list back; when it
+/// refuses, nothing changes but `errorMessage`.
+///
 /// Threads: the main thread only. Nothing here throws.
 class AppState : public QObject {
   Q_OBJECT
@@ -49,8 +54,15 @@ class AppState : public QObject {
  public:
   static constexpr std::chrono::milliseconds refreshInterval{2000};
   static constexpr std::chrono::milliseconds meterInterval{120};
-  /// How long the device list must be quiet before it is read again.
+  /// How long the device list must be quiet before it is read again, and how long the audio server has to publish a
+  /// device's new format.
   static constexpr std::chrono::milliseconds refreshDelay{300};
+
+  static constexpr std::int64_t minimumChannels = 2;
+  static constexpr std::int64_t maximumChannels = 16;
+
+  /// Whether an edit of a graph goes to the graphs file too.
+  enum class Persist { no, yes };
 
   /// Loads the graphs, reads the driver's devices, starts their engines, and from then on follows the audio server.
   explicit AppState(const AppServices& services, QObject* parent = nullptr);
@@ -69,6 +81,8 @@ class AppState : public QObject {
 
   /// Every known graph, also of devices that do not exist at present.
   const DeviceGraphs& graphs() const noexcept { return graphs_; }
+  /// The graph of a device, the default one when it has none.
+  DeviceGraph graph(const std::string& uid) const;
   const std::vector<AudioProcessInfo>& processes() const noexcept { return processes_; }
   const std::vector<AudioDeviceInfo>& audioDevices() const noexcept { return audioDevices_; }
 
@@ -93,6 +107,26 @@ class AppState : public QObject {
   /// Looks for the driver, reads the devices and processes of the audio server, and reconciles the engines.
   Q_INVOKABLE void refreshEnvironment();
 
+  /// Adds a device of two channels named by its number, with an empty graph, and selects it.
+  Q_INVOKABLE void createVirtualDevice();
+
+  /// Removes the device, its engine and its graph.
+  Q_INVOKABLE void deleteVirtualDevice(const QString& uid);
+
+  /// Gives the device a name, without the white space around it. An empty name and an unknown device are ignored.
+  Q_INVOKABLE void renameVirtualDevice(const QString& uid, const QString& name);
+
+  /// Gives the device that many channels, within the bounds above, with a new engine. Wires on channels that are gone
+  /// are dropped; gains stay. An unknown device is ignored.
+  Q_INVOKABLE void setChannels(const QString& uid, int channels);
+
+  /// Edits the graph of a device, known or not, and brings the device's engine in line: what it runs starts anew when
+  /// the edit is structural, and plays on otherwise (`isStructuralChange`). Saves once per call; a save that fails is
+  /// told to the log alone.
+  ///
+  /// `mutation` may change every field; it neither throws nor calls back into the controller.
+  void updateGraph(const std::string& uid, Persist persist, const std::function<void(DeviceGraph&)>& mutation);
+
   /// Stops every timer and every engine, for good. Idempotent.
   void shutdown();
 
@@ -116,8 +150,14 @@ class AppState : public QObject {
   void refreshMeters();
   void deviceListChanged();
   void discardEnginesExcept(const std::set<std::string>& uids);
+  void discardEngine(const std::string& uid);
   DeviceEngine& engineFor(const std::string& uid, const DeviceGraph& graph);
   void reportEngineError(const std::string& message);
+  const VirtualDeviceConfig* findDevice(const std::string& uid) const;
+  /// Hands the driver its list; when it refuses, `failure` is the error line.
+  bool writeDevices(const std::vector<VirtualDeviceConfig>& devices, const char* failure);
+  void setGraph(const std::string& uid, DeviceGraph graph);
+  void refreshLater();
 
   void setVirtualDevices(std::vector<VirtualDeviceConfig> devices);
   void setProcesses(std::vector<AudioProcessInfo> processes);
@@ -153,6 +193,7 @@ class AppState : public QObject {
   std::optional<std::string> lastReportedError_;
   std::function<void()> devicesListener_;
   std::unique_ptr<ScheduledWork> refreshDebounce_;
+  std::list<std::unique_ptr<ScheduledWork>> delayedRefreshes_;
   bool isShutDown_ = false;
 };
 
