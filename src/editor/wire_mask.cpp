@@ -127,7 +127,7 @@ class Field {
 }  // namespace
 
 int WireMask::distanceCount(double scale) noexcept {
-  return static_cast<int>(std::ceil(reachInPixels(scale) * distanceSteps));
+  return static_cast<int>(std::ceil(reachInPixels(scale) * distanceSteps)) + 1;
 }
 
 WireMask::WireMask(const WireEnds& ends, double scale) {
@@ -137,7 +137,6 @@ WireMask::WireMask(const WireEnds& ends, double scale) {
   const double margin = reachInPixels(scale);
   const Field field(flatten(curve), margin);
   const auto within = static_cast<float>(margin * margin);
-  const auto farthest = static_cast<float>(distanceCount(scale) - 1);
   const auto alongPerPixel = static_cast<float>(alongSteps / scale);
   int y = field.top();
   for (const Row& row : field.rows()) {
@@ -152,7 +151,7 @@ WireMask::WireMask(const WireEnds& ends, double scale) {
       isInRun = true;
       ++runs_.back().count;
       pixels_.push_back({static_cast<std::uint16_t>(std::min(nearest.along * alongPerPixel, 65535.0F)),
-                         static_cast<std::uint16_t>(std::min(std::sqrt(nearest.distance) * distanceSteps, farthest))});
+                         static_cast<std::uint16_t>(std::lround(std::sqrt(nearest.distance) * distanceSteps))});
     }
     ++y;
   }
@@ -162,7 +161,7 @@ QRect wireBounds(const WireEnds& ends, double scale) noexcept {
   const WireCurve curve = WireCurve::between(ends.from, ends.to);
   const auto [left, right] =
       std::minmax({curve.start.x(), curve.startControl.x(), curve.endControl.x(), curve.end.x()});
-  const auto [top, bottom] = std::minmax(curve.start.y(), curve.end.y());
+  const auto [top, bottom] = std::minmax({curve.start.y(), curve.end.y()});
   const double margin = WireMask::reachInPixels(scale);
   return QRect(
       QPoint(static_cast<int>(std::floor(left * scale - margin)), static_cast<int>(std::floor(top * scale - margin))),

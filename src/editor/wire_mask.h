@@ -13,7 +13,7 @@ namespace brindlemux {
 /// kept for as long as the ends stay where they are.
 class WireMask {
  public:
-  /// Distances are counted in fractions of a pixel, lengths along the wire in fractions of a point.
+  /// Distances are counted in fractions of a pixel, to the nearest, lengths along the wire in fractions of a point.
   static constexpr int distanceSteps = 32;
   static constexpr int alongSteps = 16;
   /// Half of the widest stroke, in points.

@@ -54,7 +54,7 @@ WireShade::WireShade(const std::vector<Band>& bands, double period, double scale
   const int rows = WireMask::distanceCount(scale);
   colours_.reserve(static_cast<std::size_t>(rows * columns_));
   for (int row = 0; row < rows; ++row) {
-    const double distance = (row + 0.5) / WireMask::distanceSteps;
+    const double distance = static_cast<double>(row) / WireMask::distanceSteps;
     for (int column = 0; column < columns_; ++column) {
       const double place = (column + 0.5) / columns_ * period;
       Premultiplied colour;
