@@ -33,6 +33,9 @@ class WireEditor : public QObject {
   /// Whether a card has this port: its node is in the graph.
   bool isPortPresent(const PortID& port) const;
 
+  /// Whether there is a wire between two ports.
+  bool isConnected(const PortID& a, const PortID& b) const;
+
   /// Toggles the wire between two ports, named in either order.
   Q_INVOKABLE void connectPorts(const brindlemux::PortID& a, const brindlemux::PortID& b);
   /// Removes the wire. The caller clears a selection of it.
