@@ -16,7 +16,8 @@ namespace brindlemux {
 /// Threads: the main thread.
 class KeyedListModel : public QAbstractListModel {
   Q_OBJECT
-  QML_ANONYMOUS
+  QML_ELEMENT
+  QML_UNCREATABLE("Controllers have them")
 
  public:
   using Row = QVariantList;

@@ -10,7 +10,8 @@ namespace brindlemux {
 /// The virtual devices as rows for views, in the driver's order, keyed by UID.
 ///
 /// Threads: the main thread.
-class VirtualDeviceListModel : public KeyedListModel {
+// The full name of the base, as the tools for QML look it up.
+class VirtualDeviceListModel : public brindlemux::KeyedListModel {
   Q_OBJECT
   QML_ELEMENT
   QML_UNCREATABLE("The controller has it")
