@@ -2,6 +2,7 @@
 
 #include <QObject>
 #include <QPointer>
+#include <QQuickItem>
 #include <QtQmlIntegration/qqmlintegration.h>
 #include <optional>
 
@@ -22,6 +23,8 @@ class WireDrag : public QObject {
   Q_PROPERTY(brindlemux::WireEditor* editor READ editor WRITE setEditor NOTIFY editorChanged REQUIRED FINAL)
   Q_PROPERTY(bool active READ isActive NOTIFY changed FINAL)
   Q_PROPERTY(brindlemux::PortID from READ from NOTIFY changed FINAL)
+  /// The view of the port where the drag began.
+  Q_PROPERTY(QQuickItem* fromView READ fromView NOTIFY changed FINAL)
   /// Whether a release at this moment would connect, and where.
   Q_PROPERTY(bool hasTarget READ hasTarget NOTIFY changed FINAL)
   Q_PROPERTY(QPointF targetPoint READ targetPoint NOTIFY changed FINAL)
@@ -36,6 +39,7 @@ class WireDrag : public QObject {
 
   bool isActive() const noexcept { return state_.has_value(); }
   PortID from() const { return state_ ? state_->from : PortID(); }
+  QQuickItem* fromView() const { return state_ ? viewOf(state_->from) : nullptr; }
   std::optional<PortID> target() const;
   bool hasTarget() const { return target().has_value(); }
   QPointF targetPoint() const;

@@ -21,9 +21,15 @@ class WireEditor : public QObject {
   Q_PROPERTY(brindlemux::AppState* appState MEMBER appState_ NOTIFY targetChanged REQUIRED FINAL)
   Q_PROPERTY(QString deviceUID MEMBER deviceUID_ NOTIFY targetChanged REQUIRED FINAL)
   Q_PROPERTY(brindlemux::GraphLayoutModel* layout MEMBER layout_ NOTIFY targetChanged REQUIRED FINAL)
+  Q_PROPERTY(brindlemux::WireSelection none READ none CONSTANT FINAL)
 
  public:
   using QObject::QObject;
+
+  static WireSelection none() { return {}; }
+  Q_INVOKABLE static bool isSame(const brindlemux::WireSelection& a, const brindlemux::WireSelection& b) {
+    return a == b;
+  }
 
   AppState* appState() const { return appState_; }
   GraphLayoutModel* layout() const { return layout_; }
