@@ -36,6 +36,11 @@ QQuickItem* GraphLayoutModel::view(const PortID& port) const {
   return found != anchors_.rend() ? (*found)->parentItem() : nullptr;
 }
 
+std::optional<PortID> GraphLayoutModel::port(const QQuickItem* view) const {
+  const auto found = std::ranges::find(anchors_, view, [](const PortAnchor* anchor) { return anchor->parentItem(); });
+  return view != nullptr && found != anchors_.end() ? std::optional((*found)->port()) : std::nullopt;
+}
+
 void GraphLayoutModel::add(PortAnchor& anchor) { anchors_.push_back(&anchor); }
 
 void GraphLayoutModel::remove(PortAnchor& anchor) { std::erase(anchors_, &anchor); }

@@ -41,6 +41,8 @@ class GraphLayoutModel : public QObject {
 
   /// The view of a port, or none.
   QQuickItem* view(const PortID& port) const;
+  /// The port that an item is the view of, or none.
+  std::optional<PortID> port(const QQuickItem* view) const;
 
   void add(PortAnchor& anchor);
   void remove(PortAnchor& anchor);

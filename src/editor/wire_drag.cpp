@@ -29,6 +29,18 @@ const PortPositions& WireDrag::positions() const {
   return editor != nullptr ? editor->positions() : nowhere;
 }
 
+QQuickItem* WireDrag::viewOf(const PortID& port) const {
+  const WireEditor* editor = editor_;
+  const GraphLayoutModel* layout = editor != nullptr ? editor->layout() : nullptr;
+  return layout != nullptr ? layout->view(port) : nullptr;
+}
+
+std::optional<PortID> WireDrag::portOf(const QQuickItem* view) const {
+  const WireEditor* editor = editor_;
+  const GraphLayoutModel* layout = editor != nullptr ? editor->layout() : nullptr;
+  return layout != nullptr ? layout->port(view) : std::nullopt;
+}
+
 std::optional<PortID> WireDrag::target() const {
   return state_ ? dropTarget(positions(), state_->from, state_->point) : std::nullopt;
 }
@@ -36,6 +48,12 @@ std::optional<PortID> WireDrag::target() const {
 QPointF WireDrag::targetPoint() const {
   const std::optional<PortID> port = target();
   return port ? positions().at(*port) : QPointF();
+}
+
+bool WireDrag::disconnects() const {
+  const WireEditor* editor = editor_;
+  const std::optional<PortID> port = target();
+  return port && editor != nullptr && editor->isConnected(state_->from, *port);
 }
 
 std::optional<WireEnds> WireDrag::line() const {
@@ -63,11 +81,15 @@ void WireDrag::portDragEnded(const PortID& port, QPointF point) {
   end();
 }
 
-bool WireDrag::cancel() {
-  if (!state_) return false;
+void WireDrag::portDragCancelled(const PortID& port) {
+  if (cancelled_ == port) cancelled_.reset();
+  if (state_ && state_->from == port) end();
+}
+
+void WireDrag::cancel() {
+  if (!state_) return;
   cancelled_ = state_->from;
   end();
-  return true;
 }
 
 void WireDrag::endIfPortIsGone() {

@@ -33,6 +33,14 @@ bool WireEditor::isPortPresent(const PortID& port) const {
   return true;
 }
 
+bool WireEditor::isConnected(const PortID& a, const PortID& b) const {
+  if (appState_ == nullptr) return false;
+  const DeviceGraph graph = appState_->graph(deviceUID_.toStdString());
+  const WireSelection wire = wireBetween(a, b);
+  return (wire.sourceWire() != nullptr && std::ranges::count(graph.wires, *wire.sourceWire()) > 0) ||
+         (wire.monitorWire() != nullptr && std::ranges::count(graph.monitorWires, *wire.monitorWire()) > 0);
+}
+
 void WireEditor::connectPorts(const PortID& a, const PortID& b) {
   if (!isPortPresent(a) || !isPortPresent(b)) return;
   appState_->updateGraph(deviceUID_.toStdString(), AppState::Persist::yes,

@@ -21,9 +21,15 @@ class WireEditor : public QObject {
   Q_PROPERTY(brindlemux::AppState* appState MEMBER appState_ NOTIFY targetChanged REQUIRED FINAL)
   Q_PROPERTY(QString deviceUID MEMBER deviceUID_ NOTIFY targetChanged REQUIRED FINAL)
   Q_PROPERTY(brindlemux::GraphLayoutModel* layout MEMBER layout_ NOTIFY targetChanged REQUIRED FINAL)
+  Q_PROPERTY(brindlemux::WireSelection none READ none CONSTANT FINAL)
 
  public:
   using QObject::QObject;
+
+  static WireSelection none() { return {}; }
+  Q_INVOKABLE static bool isSame(const brindlemux::WireSelection& a, const brindlemux::WireSelection& b) {
+    return a == b;
+  }
 
   AppState* appState() const { return appState_; }
   GraphLayoutModel* layout() const { return layout_; }
@@ -32,6 +38,9 @@ class WireEditor : public QObject {
   bool isDevicePresent() const;
   /// Whether a card has this port: its node is in the graph.
   bool isPortPresent(const PortID& port) const;
+
+  /// Whether there is a wire between two ports.
+  bool isConnected(const PortID& a, const PortID& b) const;
 
   /// Toggles the wire between two ports, named in either order.
   Q_INVOKABLE void connectPorts(const brindlemux::PortID& a, const brindlemux::PortID& b);
