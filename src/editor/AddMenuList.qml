@@ -48,19 +48,6 @@ ListView {
     Accessible.name: "Add"
 
     section.property: "section"
-    section.delegate: Text {
-        required property string section
-
-        leftPadding: 10
-        topPadding: 8
-        bottomPadding: 4
-        visible: section !== ""
-        height: visible ? implicitHeight : 0
-        text: section
-        color: Theme.textSecondary
-        font.pixelSize: Theme.captionSize
-        font.weight: Font.DemiBold
-    }
 
     delegate: AddMenuEntry {
         width: ListView.view.width

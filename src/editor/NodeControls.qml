@@ -18,7 +18,7 @@ Row {
     signal removed
 
     height: 22
-    spacing: 5
+    spacing: 4
 
     GainToggleButton {
         objectName: root.objectName + ".gainToggle"
@@ -30,6 +30,8 @@ Row {
     OnOffSwitch {
         objectName: root.objectName + ".enabled"
         anchors.verticalCenter: parent.verticalCenter
+        implicitWidth: 28
+        implicitHeight: 17
         on: root.isEnabled
         help: (root.isEnabled ? "Disable " : "Enable ") + root.kind
         onSwitched: on => root.switched(on)

@@ -36,7 +36,7 @@ Item {
         height: 22
         verticalAlignment: Text.AlignVCenter
         text: root.name
-        font.weight: Font.DemiBold
+        font.weight: Font.Medium
     }
 
     Text {

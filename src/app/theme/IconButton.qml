@@ -2,6 +2,7 @@ pragma ComponentBehavior: Bound
 
 import QtQuick
 import QtQuick.Templates as T
+import Brindlemux.Theme
 
 /// A button with a symbol instead of words. Its help text is also its accessible name.
 T.Button {

@@ -1,6 +1,7 @@
 pragma ComponentBehavior: Bound
 
 import QtQuick
+import Brindlemux.Theme
 
 /// What stands on a push button: words, and a symbol before them when there is one.
 Item {
