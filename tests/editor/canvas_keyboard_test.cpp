@@ -28,6 +28,11 @@ struct Keyboard : CanvasWindow {
     focus(firstPort);
   }
   void focus(const PortID& port) const { layout->view(port)->forceActiveFocus(Qt::TabFocusReason); }
+  /// Steps from port to port until the wire ends at this one.
+  void aim(const PortID& port) const {
+    for (int steps = 0; steps < 20 && wireDrag().target() != port; ++steps) key(Qt::Key_Down);
+    EXPECT_EQ(wireDrag().target(), port);
+  }
   std::optional<PortID> focused() const { return layout->port(window->activeFocusItem()); }
 };
 
@@ -71,7 +76,7 @@ TEST(CanvasKeyboard, enterTakesAWireAndEnterEndsIt) {
   open.key(Qt::Key_Return);
   ASSERT_TRUE(open.wireDrag().isActive());
   EXPECT_TRUE(open.shows("canvas.wireEnd"));
-  while (open.wireDrag().target() != PortID::outputIn(0)) open.key(Qt::Key_Up);
+  open.aim(PortID::outputIn(0));
   open.key(Qt::Key_Down);
   open.key(Qt::Key_Tab);
   EXPECT_EQ(open.wireDrag().target(), PortID::outputIn(2));
@@ -87,7 +92,7 @@ TEST(CanvasKeyboard, theSameAgainTakesTheWireAway) {
   const Keyboard open;
   for (int i = 0; i < 2; ++i) {
     open.key(Qt::Key_Return);
-    while (open.wireDrag().target() != PortID::outputIn(3)) open.key(Qt::Key_Down);
+    open.aim(PortID::outputIn(3));
     EXPECT_EQ(open.wireDrag().disconnects(), i == 1);
     open.key(Qt::Key_Space);
     EXPECT_EQ(open.graph().wires.size(), i == 0 ? 1U : 0U);
@@ -97,7 +102,7 @@ TEST(CanvasKeyboard, theSameAgainTakesTheWireAway) {
 TEST(CanvasKeyboard, stepsGoRoundInBothDirections) {
   const Keyboard open;
   open.key(Qt::Key_Return);
-  while (open.wireDrag().target() != PortID::outputIn(3)) open.key(Qt::Key_Down);
+  open.aim(PortID::outputIn(3));
   open.key(Qt::Key_Down);
   EXPECT_EQ(open.wireDrag().target(), PortID::outputIn(0));
   open.key(Qt::Key_Up);
@@ -130,7 +135,7 @@ TEST(CanvasKeyboard, targetThatGoesLeavesTheWireToTheNext) {
   open.focus(PortID::outputIn(0));
   open.key(Qt::Key_Return);
   ASSERT_TRUE(open.wireDrag().isActive());
-  while (open.wireDrag().target() != firstPort) open.key(Qt::Key_Down);
+  open.aim(firstPort);
   open.edit([](DeviceGraph& graph) { graph.sources.erase(graph.sources.begin()); });
   EXPECT_TRUE(eventually([&] { return open.wireDrag().target() == PortID::sourceOut(nodeID(3), 0); }));
   open.key(Qt::Key_Return);
@@ -152,9 +157,9 @@ TEST(CanvasKeyboard, focusedPortIsScrolledIntoView) {
   open.focus(PortID::monitorIn(nodeID(2), 1));
   EXPECT_GT(flickable->property("contentX").toDouble(), 0);
   open.focus(PortID::sourceOut(nodeID(3), 1));
-  EXPECT_EQ(flickable->property("contentX").toDouble(), 0);
-  const QPoint place = open.inWindow(open.place(PortID::sourceOut(nodeID(3), 1)));
-  EXPECT_LT(place.y(), 400);
+  EXPECT_TRUE(QRect(0, 0, 640, 400).contains(open.inWindow(open.place(PortID::sourceOut(nodeID(3), 1)))));
+  open.focus(firstPort);
+  EXPECT_TRUE(QRect(0, 0, 640, 400).contains(open.inWindow(open.place(firstPort))));
 }
 
 TEST(CanvasKeyboard, nothingToWireToBeginsNothing) {
