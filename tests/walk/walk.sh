@@ -109,7 +109,7 @@ until_true "no device was created" device_named "Brindlemux Device 1"
 
 step "add the player"
 # The accent in the middle of the menu's button says that the device's view is there.
-until_true "no button for sources" shows '#78bbf5' 519 117
+until_true "no button for sources" shows '#78bbf5' 519 115
 click 523 117
 until_true "no menu of sources" shows '#78bbf5' 470 180
 xdotool key Return

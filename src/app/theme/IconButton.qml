@@ -29,7 +29,9 @@ T.Button {
 
     contentItem: Item {
         Icon {
-            anchors.centerIn: parent
+            // On whole points, where its lines are sharp.
+            x: Math.round((parent.width - width) / 2)
+            y: Math.round((parent.height - height) / 2)
             name: root.symbol
             size: root.symbolSize
             color: root.hovered && root.enabled ? root.hoverColor : root.symbolColor
