@@ -21,6 +21,7 @@ IconButton {
 
     Accessible.role: Accessible.ButtonMenu
 
+    helpHidden: popup.visible
     onClicked: popup.open()
 
     T.Popup {

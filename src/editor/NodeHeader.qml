@@ -62,6 +62,8 @@ Item {
         id: controlRow
 
         anchors.right: parent.right
+        // The last button's symbol stands above the ports, not its frame.
+        anchors.rightMargin: -5
         height: 22
         spacing: 5
     }

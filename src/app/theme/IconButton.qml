@@ -10,6 +10,8 @@ T.Button {
 
     required property string symbol
     required property string help
+    /// Keeps the help text away, for as long as something else is shown there.
+    property bool helpHidden: false
     property real symbolSize: 15
     property color symbolColor: Theme.textSecondary
     property color hoverColor: Theme.textPrimary
@@ -50,6 +52,6 @@ T.Button {
 
     HelpTip {
         text: root.help
-        hovered: hover.hovered && !root.down
+        hovered: hover.hovered && !root.down && !root.helpHidden
     }
 }
