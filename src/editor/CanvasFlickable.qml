@@ -29,6 +29,9 @@ Flickable {
     function reveal(item: Item) {
         const margin = 24;
         const place = item.mapToItem(contentItem, 0, 0, item.width, item.height);
+        const isInSight = place.x >= contentX && place.x + place.width <= contentX + width && place.y >= contentY && place.y + place.height <= contentY + height;
+        if (isInSight)
+            return;
         const x = Math.max(place.x + place.width + margin - width, Math.min(contentX, place.x - margin));
         const y = Math.max(place.y + place.height + margin - height, Math.min(contentY, place.y - margin));
         contentX = Math.round(within(x, contentWidth, width));
@@ -45,8 +48,9 @@ Flickable {
     onContentXChanged: carryWire()
     onContentYChanged: carryWire()
     onFocusedChanged: {
-        for (let item = focused; item; item = item.parent) {
-            if (item === contentItem)
+        // The canvas itself may have the focus; only what lies on it is brought into sight.
+        for (let item = focused?.parent; item; item = item.parent) {
+            if (item === wiring.space)
                 reveal(focused);
         }
     }

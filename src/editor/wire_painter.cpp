@@ -18,14 +18,15 @@ std::optional<FlowOverlay> rounded(const std::optional<FlowOverlay>& flow) {
 }
 
 void draw(const WireMask& mask, const WireShade& shade, double phase, const QRect& area, QImage& image) {
+  auto* pixels = reinterpret_cast<QRgb*>(image.bits());
+  const auto stride = image.bytesPerLine() / static_cast<qsizetype>(sizeof(QRgb));
   for (const WireMask::Run& run : mask.runs()) {
     if (run.y < area.top() || run.y > area.bottom()) continue;
     const int left = std::max(run.x, area.left());
     const int right = std::min(run.x + static_cast<int>(run.count), area.right() + 1);
     if (left >= right) continue;
-    auto* row = reinterpret_cast<QRgb*>(image.scanLine(run.y - area.top()));
     shade.draw(mask.pixels(run) + (left - run.x), static_cast<std::size_t>(right - left), phase,
-               row + (left - area.left()));
+               pixels + (run.y - area.top()) * stride + (left - area.left()));
   }
 }
 

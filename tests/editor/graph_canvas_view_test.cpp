@@ -246,6 +246,15 @@ TEST(GraphCanvasView, scrollsWhenItIsSmallAndKeepsHiddenPorts) {
   EXPECT_THAT(open.graph().monitorWires, ElementsAre(monitorWire));
 }
 
+TEST(GraphCanvasView, clickOnTheCanvasDoesNotScrollIt) {
+  const CanvasWindow open(wired(), 16, {640, 400});
+  const QQuickItem* flickable = open.item("canvas.flickable");
+  open.click({320, 300});
+  EXPECT_TRUE(open.space->hasActiveFocus());
+  EXPECT_EQ(flickable->property("contentX").toDouble(), 0);
+  EXPECT_EQ(flickable->property("contentY").toDouble(), 0);
+}
+
 TEST(GraphCanvasView, dragAtTheEdgeScrolls) {
   const CanvasWindow open(plain(), 16, {940, 400});
   const QQuickItem* flickable = open.item("canvas.flickable");

@@ -56,8 +56,8 @@ struct WiredWindow : CanvasWindow {
 
 TEST(WiresLayer, drawsTheWireBetweenItsPorts) {
   const WiredWindow open;
-  // The accent, and no accent beside the wire.
-  EXPECT_NEAR(open.colourAt(open.middle()).blue(), 245, 12);
+  // Most of the accent's blue, and nothing of it beside the wire.
+  EXPECT_GT(open.colourAt(open.middle()).blue(), 150);
   EXPECT_LT(open.colourAt(open.middle() + QPointF(0, 12)).blue(), 60);
 }
 
@@ -97,10 +97,10 @@ TEST(WiresLayer, drawsNothingInSilence) {
   WiredWindow open;
   open.play(open.meters(0.3F));
   open.framesIn(std::chrono::milliseconds(100));
-  open.play(open.meters(0));
-  open.settle();
-  for (int i = 0; i < 5; ++i) open.play(open.meters(0));
+  // As loud as a wire may be without a flow.
   open.play(open.meters(0.015F));
+  open.settle();
+  for (int i = 0; i < 5; ++i) open.play(open.meters(0.015F));
   EXPECT_EQ(open.framesIn(std::chrono::milliseconds(250)), 0);
 }
 
@@ -133,7 +133,7 @@ TEST(WiresLayer, followsACardThatGrowsInTheSameFrame) {
   const QPointF after = *open.layout->position(open.sourcePort);
   ASSERT_GT(after.y(), before.y());
   const QPointF middle = (after + open.place(PortID::outputIn(0))) / 2;
-  EXPECT_NEAR(first.pixelColor(open.inWindow(middle)).blue(), 245, 12);
+  EXPECT_GT(first.pixelColor(open.inWindow(middle)).blue(), 150);
 }
 
 }  // namespace
