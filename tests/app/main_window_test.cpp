@@ -166,9 +166,9 @@ TEST(MainWindow, drawsOnTheSoftwareRenderer) {
   ASSERT_TRUE(eventually([&] { return open.shows(rowA); }));
   const QImage image = open.main->window()->grabWindow();
   ASSERT_FALSE(image.isNull());
-  // The ground of the window, rounded to 8 bits: 0.11, 0.12 and 0.14 of 255.
-  EXPECT_EQ(image.pixelColor(1000, 800), QColor(28, 31, 36));
-  // The sidebar's: 0.135, 0.146 and 0.168 of 255.
+  // The ground of the header, rounded to 8 bits: 0.135, 0.146 and 0.168 of 255.
+  EXPECT_EQ(image.pixelColor(1000, 60), QColor(34, 37, 43));
+  // The sidebar has the same.
   EXPECT_EQ(image.pixelColor(120, 800), QColor(34, 37, 43));
   // The name in the row is written: something in it is as bright as white letters are.
   const QRectF name = open.item(rowA + ".name")->mapRectToScene(open.item(rowA + ".name")->boundingRect());
