@@ -133,6 +133,16 @@ void AppState::refreshMeters() {
   Q_EMIT metersChanged();
 }
 
+bool AppState::isSourceActive(const std::string& uid, const UUID& source) const {
+  const auto engine = engines_.find(uid);
+  return engine != engines_.end() && engine->second->isCapturing(source);
+}
+
+bool AppState::isMonitorActive(const std::string& uid, const UUID& monitor) const {
+  const auto engine = engines_.find(uid);
+  return engine != engines_.end() && engine->second->isPlaying(monitor);
+}
+
 void AppState::deviceListChanged() {
   if (isShutDown_) return;
   if (refreshDebounce_) refreshDebounce_->cancel();

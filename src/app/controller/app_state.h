@@ -95,6 +95,9 @@ class AppState : public QObject {
   bool driverInstalled() const noexcept { return driverInstalled_; }
   /// The latest snapshot of every device that has an engine.
   const std::map<std::string, MeterSnapshot>& meters() const noexcept { return meters_; }
+  /// Whether the device's engine captures that source, or plays on that monitor. Changes with `engineStateTick`.
+  bool isSourceActive(const std::string& uid, const UUID& source) const;
+  bool isMonitorActive(const std::string& uid, const UUID& monitor) const;
   /// Counts the reconciliations of the engines and the edits of graphs.
   std::int64_t engineStateTick() const noexcept { return engineStateTick_; }
 
@@ -130,6 +133,9 @@ class AppState : public QObject {
 
   /// Returns when every save until now is in the graphs file, or has failed.
   void waitUntilSaved() { graphs_.waitUntilSaved(); }
+
+  /// An identifier for a node that is added to a graph.
+  UUID newNodeID() { return services_.engine.uuids.next(); }
 
   /// Stops every timer and every engine, for good, and waits until everything is saved. Idempotent.
   void shutdown();
