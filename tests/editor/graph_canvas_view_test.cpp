@@ -219,6 +219,21 @@ TEST(GraphCanvasView, sourceThatVanishesInTheMomentOfTheDropIsNotWired) {
   EXPECT_THAT(open.graph().wires, IsEmpty());
 }
 
+TEST(WireEditor, ignoresNodesAndDevicesThatAreGone) {
+  CanvasWindow open(plain());
+  WireEditor& editor = *open.canvas->findChild<WireEditor*>();
+  editor.connectPorts(PortID::sourceOut(nodeID(9), 0), PortID::outputIn(0));
+  editor.connectPorts(PortID::outputOut(0), PortID::monitorIn(nodeID(9), 0));
+  EXPECT_THAT(open.graph().wires, IsEmpty());
+  EXPECT_THAT(open.graph().monitorWires, IsEmpty());
+  open.publish({test::device("B")});
+  open.state->reload();
+  const std::int64_t edits = open.state->engineStateTick();
+  editor.connectPorts(sourcePort, PortID::outputIn(0));
+  editor.deleteWire(WireSelection::source(sourceWire));
+  EXPECT_EQ(open.state->engineStateTick(), edits);
+}
+
 TEST(GraphCanvasView, deviceThatVanishesUnderADragEndsIt) {
   CanvasWindow open(plain());
   const QPointF target = open.place(PortID::outputIn(1));
