@@ -1,6 +1,7 @@
 #include "engine/input_engine.h"
 
 #include <algorithm>
+#include <atomic>
 #include <optional>
 
 #include "engine/capture_path.h"
@@ -26,8 +27,10 @@ struct InputEngine::State {
   std::optional<CapturePath> path;
   AudioDeviceIOProcID ioProc = 0;
   bool stopped = false;
+  std::atomic<std::int64_t> blockFrames = 0;
 
   void start(const Discovery& discovery, std::int64_t bufferFrames);
+  void take(AudioBufferList input) noexcept;
 };
 
 void InputEngine::State::start(const Discovery& discovery, std::int64_t bufferFrames) {
@@ -41,13 +44,21 @@ void InputEngine::State::start(const Discovery& discovery, std::int64_t bufferFr
   if (!format) throw AudioRouterError("Failed to prepare input buffer");
   path.emplace(*format, ring);
   check(hardware.createIOProc(
-            device, queueLabel, [this](AudioBufferList input) { path->take(input); }, ioProc),
+            device, queueLabel, [this](AudioBufferList input) { take(input); }, ioProc),
         "Creating input IOProc");
   const OSStatus status = hardware.startDevice(device, ioProc);
   if (status == noErr) return;
   hardware.destroyIOProc(device, ioProc);
   ioProc = 0;
   check(status, "Starting input");
+}
+
+void InputEngine::State::take(AudioBufferList input) noexcept {
+  if (!input.empty() && input.front().channels > 0) {
+    const std::int64_t bytesPerFrame = std::int64_t{sizeof(float)} * input.front().channels;
+    blockFrames.store(input.front().byteSize / bytesPerFrame, std::memory_order_relaxed);
+  }
+  path->take(input);
 }
 
 InputEngine::InputEngine(const EngineServices& services, AudioObjectID device, std::int64_t bufferFrames)
@@ -58,6 +69,8 @@ InputEngine::InputEngine(const EngineServices& services, AudioObjectID device, s
 InputEngine::~InputEngine() { stop(); }
 
 const std::shared_ptr<SourceRing>& InputEngine::ring() const noexcept { return state_->ring; }
+
+std::int64_t InputEngine::blockFrames() const noexcept { return state_->blockFrames.load(std::memory_order_relaxed); }
 
 void InputEngine::stop() {
   if (state_->stopped) return;

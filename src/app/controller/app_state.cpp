@@ -139,6 +139,11 @@ void AppState::refreshMeters() {
   Q_EMIT metersChanged();
 }
 
+std::optional<std::int64_t> AppState::blockFrames(const std::string& uid) const {
+  const auto found = engines_.find(uid);
+  return found != engines_.end() ? found->second->blockFrames() : std::nullopt;
+}
+
 void AppState::deviceListChanged() {
   if (isShutDown_) return;
   if (refreshDebounce_) refreshDebounce_->cancel();

@@ -94,6 +94,8 @@ class AppState : public QObject {
   bool driverInstalled() const noexcept { return driverInstalled_; }
   /// The latest snapshot of every device that has an engine.
   const std::map<std::string, MeterSnapshot>& meters() const noexcept { return meters_; }
+  /// The I/O block size that a device runs at, see DeviceEngine; nothing for a device without an engine.
+  std::optional<std::int64_t> blockFrames(const std::string& uid) const;
   /// Counts the reconciliations of the engines and the edits of graphs.
   std::int64_t engineStateTick() const noexcept { return engineStateTick_; }
 
