@@ -1,3 +1,8 @@
+# What every folder needs that Qt's tools look at. They are kept by folder, hence an include in each.
+find_package(Qt6 6.4 REQUIRED COMPONENTS Core DBus Gui Qml Quick QuickControls2)
+set(CMAKE_AUTOMOC ON)
+add_compile_definitions(QT_NO_KEYWORDS)
+
 # Modules lie below one folder, by their names, so that qmllint finds what they import of each other.
 set(QT_QML_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/qml)
 

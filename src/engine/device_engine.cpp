@@ -128,6 +128,13 @@ void DeviceEngine::stopAll() {
   bus_.clear();
 }
 
+bool DeviceEngine::isCapturing(const UUID& source) const {
+  const auto runtime = sourceRuntimes_.find(source);
+  return runtime != sourceRuntimes_.end() && runtime->second->isCapturing();
+}
+
+bool DeviceEngine::isPlaying(const UUID& monitor) const { return monitorOutputs_.contains(monitor); }
+
 MeterSnapshot DeviceEngine::meterSnapshot() {
   SourceRing* loopback = deviceInputCapture_ == nullptr ? nullptr : deviceInputCapture_->ring().get();
   return meter_.snapshot(runningRings(), bus_, loopback);

@@ -22,6 +22,7 @@ struct DeviceEngine::SourceRuntime {
   void dropMic();
   void stop();
 
+  bool isCapturing() const noexcept { return tapCapture != nullptr || micCapture != nullptr; }
   /// The ring of the capture that runs, or none.
   std::shared_ptr<SourceRing> ring() const;
 };

@@ -29,6 +29,10 @@ namespace brindlemux {
 class AppStateProbe {
  public:
   static void restartAllEngines(AppState& state) { state.restartAllEngines(); }
+  static void setMeters(AppState& state, const std::string& uid, const MeterSnapshot& meters) {
+    state.meters_.insert_or_assign(uid, meters);
+    Q_EMIT state.metersChanged();
+  }
   static std::size_t engineCount(const AppState& state) { return state.engines_.size(); }
 };
 

@@ -144,6 +144,16 @@ std::optional<std::int64_t> AppState::blockFrames(const std::string& uid) const 
   return found != engines_.end() ? found->second->blockFrames() : std::nullopt;
 }
 
+bool AppState::isSourceActive(const std::string& uid, const UUID& source) const {
+  const auto engine = engines_.find(uid);
+  return engine != engines_.end() && engine->second->isCapturing(source);
+}
+
+bool AppState::isMonitorActive(const std::string& uid, const UUID& monitor) const {
+  const auto engine = engines_.find(uid);
+  return engine != engines_.end() && engine->second->isPlaying(monitor);
+}
+
 void AppState::deviceListChanged() {
   if (isShutDown_) return;
   if (refreshDebounce_) refreshDebounce_->cancel();

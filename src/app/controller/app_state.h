@@ -96,6 +96,9 @@ class AppState : public QObject {
   const std::map<std::string, MeterSnapshot>& meters() const noexcept { return meters_; }
   /// The I/O block size that a device runs at, see DeviceEngine; nothing for a device without an engine.
   std::optional<std::int64_t> blockFrames(const std::string& uid) const;
+  /// Whether the device's engine captures that source, or plays on that monitor. Changes with `engineStateTick`.
+  bool isSourceActive(const std::string& uid, const UUID& source) const;
+  bool isMonitorActive(const std::string& uid, const UUID& monitor) const;
   /// Counts the reconciliations of the engines and the edits of graphs.
   std::int64_t engineStateTick() const noexcept { return engineStateTick_; }
 
@@ -128,6 +131,9 @@ class AppState : public QObject {
   ///
   /// `mutation` may change every field; it neither throws nor calls back into the controller.
   void updateGraph(const std::string& uid, Persist persist, const std::function<void(DeviceGraph&)>& mutation);
+
+  /// An identifier for a node that is added to a graph.
+  UUID newNodeID() { return services_.engine.uuids.next(); }
 
   /// Stops every timer and every engine, for good. Idempotent.
   void shutdown();

@@ -8,7 +8,10 @@ void VirtualDeviceRecord::setAppState(AppState* appState) {
   if (appState_ == appState) return;
   if (appState_) disconnect(appState_, nullptr, this, nullptr);
   appState_ = appState;
-  if (appState_) connect(appState_, &AppState::virtualDevicesChanged, this, &VirtualDeviceRecord::changed);
+  if (appState_) {
+    connect(appState_, &AppState::virtualDevicesChanged, this, &VirtualDeviceRecord::changed);
+    connect(appState_, &AppState::graphsChanged, this, &VirtualDeviceRecord::changed);
+  }
   Q_EMIT changed();
 }
 
@@ -27,6 +30,19 @@ int VirtualDeviceRecord::channels() const {
   const auto found = device();
   // A device has 2 to 16.
   return found ? static_cast<int>(found->channels) : 0;
+}
+
+bool VirtualDeviceRecord::enabled() const { return exists() && appState_->graph(uid_.toStdString()).enabled; }
+
+int VirtualDeviceRecord::sourceCount() const {
+  return exists() ? static_cast<int>(appState_->graph(uid_.toStdString()).sources.size()) : 0;
+}
+
+void VirtualDeviceRecord::setEnabled(bool enabled) {
+  if (!exists()) return;
+  appState_->updateGraph(uid_.toStdString(), AppState::Persist::yes,
+                         [enabled](DeviceGraph& graph) { graph.enabled = enabled; });
+  appState_->refreshEnvironment();
 }
 
 std::optional<VirtualDeviceConfig> VirtualDeviceRecord::device() const {

@@ -21,6 +21,8 @@ class VirtualDeviceRecord : public QObject {
   Q_PROPERTY(bool exists READ exists NOTIFY changed FINAL)
   Q_PROPERTY(QString name READ name NOTIFY changed FINAL)
   Q_PROPERTY(int channels READ channels NOTIFY changed FINAL)
+  Q_PROPERTY(bool enabled READ enabled NOTIFY changed FINAL)
+  Q_PROPERTY(int sourceCount READ sourceCount NOTIFY changed FINAL)
 
  public:
   using QObject::QObject;
@@ -33,6 +35,12 @@ class VirtualDeviceRecord : public QObject {
   QString name() const;
   /// 0 while there is no such device.
   int channels() const;
+  /// Whether the device's graph is on, and how many sources it has.
+  bool enabled() const;
+  int sourceCount() const;
+
+  /// Switches the graph and looks at once what that starts or stops.
+  Q_INVOKABLE void setEnabled(bool enabled);
 
  Q_SIGNALS:
   void changed();

@@ -17,8 +17,9 @@ Item {
 
         Icon {
             anchors.horizontalCenter: parent.horizontalCenter
-            name: "warning"
+            name: "exclamationmark.triangle.fill"
             size: 44
+            color: Theme.selection
         }
 
         Text {

@@ -3,6 +3,7 @@ pragma ComponentBehavior: Bound
 import QtQuick
 import QtQuick.Window
 import Brindlemux.Controller
+import Brindlemux.Editor
 import Brindlemux.Theme
 
 /// The program's window: the devices beside what there is to say about the selected one, and the line of trouble below.
@@ -19,7 +20,7 @@ Window {
     title: "Brindlemux"
     color: Theme.base
 
-    Sidebar {
+    SidebarPanel {
         id: sidebar
 
         appState: root.appState
@@ -45,28 +46,23 @@ Window {
         anchors.top: parent.top
         anchors.bottom: errorBar.top
 
-        VirtualDeviceRecord {
-            id: selected
-
-            appState: root.appState
-            uid: root.appState.selectedDeviceUID
-        }
-
         DriverMissing {
             anchors.fill: parent
             visible: !root.appState.driverInstalled
             onCheckAgain: root.appState.reload()
         }
 
-        DeviceDetail {
+        SelectedDeviceView {
+            id: selected
+
             anchors.fill: parent
-            visible: root.appState.driverInstalled && selected.exists
-            device: selected
+            visible: root.appState.driverInstalled && hasDevice
+            appState: root.appState
         }
 
         NoDeviceSelected {
             anchors.fill: parent
-            visible: root.appState.driverInstalled && !selected.exists
+            visible: root.appState.driverInstalled && !selected.hasDevice
         }
     }
 

@@ -19,6 +19,10 @@ QtObject {
     /// Desktops have no standard orange of their own; this one stands out on every surface above.
     readonly property color selection: Qt.rgba(1.0, 0.624, 0.039, 1)
 
+    /// What warns: a meter near full scale, a button that destroys.
+    readonly property color hot: Qt.rgba(1.0, 0.271, 0.227, 1)
+    readonly property color destructive: Qt.rgba(1.0, 0.42, 0.38, 1)
+
     // Pixels.
     readonly property int captionSize: 11
     readonly property int bodySize: 13

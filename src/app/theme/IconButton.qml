@@ -1,0 +1,55 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import QtQuick.Templates as T
+import Brindlemux.Theme
+
+/// A button with a symbol instead of words. Its help text is also its accessible name.
+T.Button {
+    id: root
+
+    required property string symbol
+    required property string help
+    property real symbolSize: 15
+    property color symbolColor: Theme.textSecondary
+    property color hoverColor: Theme.textPrimary
+
+    implicitWidth: 26
+    implicitHeight: 26
+    hoverEnabled: true
+    focusPolicy: Qt.TabFocus
+
+    Accessible.role: Accessible.Button
+    Accessible.name: help
+
+    Keys.onReturnPressed: clicked()
+    Keys.onEnterPressed: clicked()
+
+    contentItem: Item {
+        Icon {
+            anchors.centerIn: parent
+            name: root.symbol
+            size: root.symbolSize
+            color: root.hovered && root.enabled ? root.hoverColor : root.symbolColor
+            opacity: root.enabled ? 1 : 0.35
+        }
+    }
+
+    background: Rectangle {
+        radius: 6
+        color: !root.enabled ? "transparent" : root.down ? Qt.rgba(1, 1, 1, 0.12) : root.hovered ? Qt.rgba(1, 1, 1, 0.06) : "transparent"
+        border.width: root.visualFocus ? 2 : 0
+        border.color: Theme.accent
+    }
+
+    HoverHandler {
+        id: hover
+
+        cursorShape: root.enabled ? Qt.PointingHandCursor : Qt.ArrowCursor
+    }
+
+    HelpTip {
+        text: root.help
+        hovered: hover.hovered && !root.down
+    }
+}

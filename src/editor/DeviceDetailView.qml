@@ -1,0 +1,64 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import Brindlemux.Controller
+import Brindlemux.Editor
+
+/// One virtual device: its header and its graph. Made anew for every device, so that what is being edited, and the
+/// selected wire, belong to the device that is shown.
+Item {
+    id: root
+
+    required property AppState appState
+    required property string deviceUID
+
+    property alias selectedWire: canvas.selectedWire
+    readonly property alias isEditingName: header.isEditingName
+
+    /// The selection that is none.
+    property wireSelection noWire
+
+    function deleteSelectedWire() {
+        canvas.deleteWire(selectedWire);
+        selectedWire = noWire;
+    }
+
+    objectName: "detail." + deviceUID
+
+    VirtualDeviceRecord {
+        id: record
+
+        appState: root.appState
+        uid: root.deviceUID
+    }
+
+    GraphEditor {
+        id: graphEditor
+
+        appState: root.appState
+        deviceUID: root.deviceUID
+    }
+
+    GraphCanvasView {
+        id: canvas
+
+        anchors.left: parent.left
+        anchors.right: parent.right
+        anchors.top: header.bottom
+        anchors.bottom: parent.bottom
+        editor: graphEditor
+    }
+
+    DeviceHeader {
+        id: header
+
+        anchors.left: parent.left
+        anchors.right: parent.right
+        anchors.top: parent.top
+        device: record
+        hasSelectedWire: root.selectedWire.exists
+        onRenamed: name => root.appState.renameVirtualDevice(root.deviceUID, name)
+        onSettingsAsked: root.appState.settingsSheetUID = root.deviceUID
+        onWireDeleted: root.deleteSelectedWire()
+    }
+}

@@ -1,0 +1,56 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import Brindlemux.Editor
+import Brindlemux.Theme
+
+/// A level, as linear peak amplitude: a capsule that fills from the leading edge and warns near full scale.
+Item {
+    id: root
+
+    required property real level
+    readonly property bool hot: CardFigures.isHot(level)
+    // What assistive technology reads.
+    readonly property real value: Math.min(Math.max(level, 0), 1)
+    readonly property real minimumValue: 0
+    readonly property real maximumValue: 1
+
+    implicitHeight: 6
+
+    Accessible.role: Accessible.ProgressBar
+    Accessible.name: "Level"
+
+    Rectangle {
+        anchors.fill: parent
+        radius: height / 2
+        color: Theme.meterTrack
+    }
+
+    Rectangle {
+        objectName: root.objectName + ".fill"
+        width: root.width * root.value
+        height: root.height
+        visible: width > 0
+        radius: height / 2
+
+        gradient: Gradient {
+            orientation: Gradient.Horizontal
+
+            GradientStop {
+                position: 0
+                color: root.hot ? Theme.hot : Theme.accent
+            }
+
+            GradientStop {
+                position: 1
+                color: root.hot ? Theme.hot : Theme.activity
+            }
+        }
+
+        Behavior on width {
+            NumberAnimation {
+                duration: 100
+            }
+        }
+    }
+}

@@ -1,0 +1,142 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import Brindlemux.Controller
+import Brindlemux.Theme
+
+/// The virtual devices, one row each; creates, selects and deletes them.
+Rectangle {
+    id: root
+
+    required property AppState appState
+    /// The device that awaits confirmation.
+    property string deviceToDelete: ""
+
+    function askToDelete() {
+        deviceToDelete = appState.selectedDeviceUID;
+    }
+
+    color: Theme.panel
+
+    Text {
+        id: header
+
+        anchors.left: parent.left
+        anchors.top: parent.top
+        anchors.leftMargin: 20
+        anchors.topMargin: 22
+        text: "VIRTUAL DEVICES"
+        color: Theme.textSecondary
+        font.pixelSize: Theme.captionSize
+        font.weight: Font.DemiBold
+        font.letterSpacing: 0.8
+        Accessible.role: Accessible.Heading
+        Accessible.name: text
+    }
+
+    Text {
+        objectName: "sidebar.empty"
+        anchors.left: header.left
+        anchors.top: header.bottom
+        anchors.topMargin: 14
+        visible: list.count === 0
+        text: "No virtual devices"
+        color: Theme.textSecondary
+        font.pixelSize: Theme.bodySize
+    }
+
+    ListView {
+        id: list
+
+        function select(row: int) {
+            const chosen = itemAtIndex(row) as DeviceRow;
+            if (chosen)
+                root.appState.selectedDeviceUID = chosen.uid;
+        }
+
+        objectName: "sidebar.devices"
+        anchors.left: parent.left
+        anchors.right: parent.right
+        anchors.top: header.bottom
+        anchors.bottom: footer.top
+        anchors.topMargin: 12
+        anchors.leftMargin: 10
+        anchors.rightMargin: 10
+        anchors.bottomMargin: 8
+        clip: true
+        spacing: 4
+        activeFocusOnTab: true
+        keyNavigationEnabled: false
+        boundsBehavior: Flickable.StopAtBounds
+        model: root.appState.virtualDevices
+
+        Accessible.role: Accessible.List
+        Accessible.name: "Virtual devices"
+
+        delegate: DeviceRow {
+            width: ListView.view.width
+            appState: root.appState
+            onChosen: root.appState.selectedDeviceUID = uid
+            onSelectedChanged: if (selected) list.currentIndex = index
+            onIndexChanged: if (selected) list.currentIndex = index
+            Component.onCompleted: if (selected) list.currentIndex = index
+        }
+
+        Keys.onUpPressed: select(currentIndex - 1)
+        Keys.onDownPressed: select(currentIndex + 1)
+        Keys.onDeletePressed: root.askToDelete()
+    }
+
+    Item {
+        id: footer
+
+        anchors.left: parent.left
+        anchors.right: parent.right
+        anchors.bottom: parent.bottom
+        anchors.margins: 12
+        height: create.height
+
+        PushButton {
+            id: create
+
+            objectName: "sidebar.create"
+            anchors.left: parent.left
+            anchors.right: remove.left
+            anchors.rightMargin: 8
+            symbol: "plus"
+            text: "New Virtual Device"
+            enabled: root.appState.driverInstalled
+            onClicked: root.appState.createVirtualDevice()
+        }
+
+        IconButton {
+            id: remove
+
+            objectName: "sidebar.delete"
+            anchors.right: parent.right
+            anchors.verticalCenter: parent.verticalCenter
+            symbol: "minus"
+            help: "Delete selected device"
+            enabled: doomed.exists || root.appState.selectedDeviceUID !== ""
+            onClicked: root.askToDelete()
+        }
+    }
+
+    VirtualDeviceRecord {
+        id: doomed
+
+        appState: root.appState
+        uid: root.deviceToDelete
+    }
+
+    ConfirmationDialog {
+        objectName: "confirmDelete"
+        title: "Delete device?"
+        message: "“" + doomed.name + "” will disappear from the system. Its routing graph will be deleted."
+        destructiveText: "Delete"
+        // A device that goes by itself takes the question with it.
+        visible: doomed.exists
+        onConfirmed: root.appState.deleteVirtualDevice(doomed.uid)
+        onClosed: root.deviceToDelete = ""
+    }
+}

@@ -1,0 +1,378 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "editor/editor_window.h"
+
+namespace brindlemux {
+namespace {
+
+using test::device;
+using test::EditorWindow;
+using test::eventually;
+using test::player;
+using test::speakers;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+const std::string sourceA = "source." + player(1).id.string();
+const std::string sourceB = "source." + player(2).id.string();
+const std::string monitorA = "monitor." + speakers(9).id.string();
+
+/// Two sources and a monitor, wired as new ones are.
+struct Cards : EditorWindow {
+  Cards() {
+    edit([](DeviceGraph& graph) {
+      graph.sources = {player(1), player(2)};
+      graph.wires = {{player(1).id, 0, 0}, {player(1).id, 1, 1}};
+      graph.monitors = {speakers(9)};
+      graph.monitorWires = {{0, speakers(9).id, 0}};
+    });
+    item(sourceB);
+    item(monitorA);
+  }
+  float gain(std::size_t source) const { return graph().sources.at(source).gain; }
+  void openGain(const std::string& card) const {
+    click(card + ".gainToggle");
+    ASSERT_TRUE(comesToShow(card + ".gain"));
+    ASSERT_TRUE(eventually([&] { return item(card + ".gain.slider")->width() > 20; }));
+  }
+  /// Where the handle of a slider is when it shows this gain.
+  QPoint handle(const std::string& slider, double gain) const {
+    const QQuickItem* item = this->item(slider);
+    const double handleWidth = item->property("handle").value<QQuickItem*>()->width();
+    const double x = handleWidth / 2 + (item->width() - handleWidth) * gain / 4;
+    return item->mapToScene({x, item->height() / 2}).toPoint();
+  }
+  double sliderValue(const std::string& slider) const { return property(slider, "value").toDouble(); }
+};
+
+TEST(NodeCards, sourceShowsWhatItIsAndDoes) {
+  Cards open;
+  EXPECT_EQ(open.text(sourceA + ".name"), "Player");
+  EXPECT_EQ(open.text(sourceA + ".subtitle"), "Capturing audio");
+  EXPECT_EQ(open.text(sourceA + ".channel.0.label"), "1 (L)");
+  EXPECT_EQ(open.text(sourceA + ".channel.1.label"), "2 (R)");
+  EXPECT_EQ(open.item(sourceA + ".channel.0.label")->width(), 36);
+  EXPECT_TRUE(open.property(sourceA + ".channel.0.port", "isConnected").toBool());
+  EXPECT_FALSE(open.property(sourceB + ".channel.0.port", "isConnected").toBool());
+  EXPECT_FALSE(open.shows(sourceA + ".gain"));
+}
+
+TEST(NodeCards, outputAndPassThruHaveARowForEveryChannel) {
+  Cards open;
+  EXPECT_EQ(open.text("passThru.name"), "Pass-Thru");
+  EXPECT_EQ(open.text("output.name"), "Channels");
+  EXPECT_TRUE(open.property("passThru.channel.1.port", "isConnected").toBool());
+  EXPECT_FALSE(open.property("passThru.channel.1.port", "interactive").toBool());
+  EXPECT_TRUE(open.property("output.channel.0.in", "isConnected").toBool());
+  EXPECT_TRUE(open.property("output.channel.0.out", "isConnected").toBool());
+  EXPECT_FALSE(open.property("output.channel.1.out", "isConnected").toBool());
+}
+
+TEST(NodeCards, portIs13AcrossAndSaysHowItIsUsed) {
+  Cards open;
+  const QQuickItem* port = open.item(sourceA + ".channel.0.port");
+  EXPECT_EQ(QSizeF(port->width(), port->height()), QSizeF(13, 13));
+  EXPECT_EQ(port->property("help"), "Drag to connect");
+  EXPECT_EQ(open.property("passThru.channel.0.port", "help"), "");
+}
+
+TEST(NodeCards, switchTurnsASourceOffAndOn) {
+  Cards open;
+  EXPECT_EQ(open.property(sourceA + ".enabled", "help"), "Disable source");
+  open.click(sourceA + ".enabled");
+  EXPECT_FALSE(open.graph().sources[0].enabled);
+  EXPECT_TRUE(open.graph().sources[1].enabled);
+  EXPECT_EQ(open.text(sourceA + ".subtitle"), "Disabled");
+  EXPECT_EQ(open.property(sourceA + ".enabled", "help"), "Enable source");
+  open.focus(sourceA + ".enabled");
+  open.key(Qt::Key_Space);
+  EXPECT_TRUE(open.graph().sources[0].enabled);
+  EXPECT_TRUE(open.property(sourceA + ".enabled", "checked").toBool());
+}
+
+TEST(NodeCards, removeTakesTheSourceAndItsWires) {
+  Cards open;
+  EXPECT_EQ(open.property(sourceA + ".remove", "help"), "Remove source");
+  open.click(sourceA + ".remove");
+  EXPECT_THAT(open.graph().sources, SizeIs(1));
+  EXPECT_THAT(open.graph().wires, IsEmpty());
+  EXPECT_TRUE(eventually([&] { return open.seek(sourceA) == nullptr; }));
+  EXPECT_NE(open.seek(sourceB), nullptr);
+}
+
+TEST(NodeCards, volumeOpensAndClosesTheGainRow) {
+  Cards open;
+  EXPECT_EQ(open.property(sourceA + ".gainToggle", "help"), "Volume");
+  open.openGain(sourceA);
+  EXPECT_FALSE(open.shows(sourceB + ".gain"));
+  EXPECT_EQ(open.text(sourceA + ".gain.text"), "100%");
+  open.click(sourceA + ".gainToggle");
+  EXPECT_FALSE(open.shows(sourceA + ".gain"));
+}
+
+TEST(NodeCards, gainTextIsAccentedAboveUnity) {
+  Cards open;
+  open.openGain(sourceA);
+  const QVariant plain = open.property(sourceA + ".gain.text", "color");
+  open.edit([](DeviceGraph& graph) { graph.sources[0].gain = 1.004F; });
+  EXPECT_EQ(open.text(sourceA + ".gain.text"), "100%");
+  EXPECT_NE(open.property(sourceA + ".gain.text", "color"), plain);
+  open.edit([](DeviceGraph& graph) { graph.sources[0].gain = 0.5F; });
+  EXPECT_EQ(open.text(sourceA + ".gain.text"), "50%");
+  EXPECT_EQ(open.property(sourceA + ".gain.text", "color"), plain);
+}
+
+TEST(NodeCards, toggleIsMarkedByAnyGainButUnity) {
+  Cards open;
+  EXPECT_FALSE(open.property(sourceA + ".gainToggle", "boosted").toBool());
+  open.edit([](DeviceGraph& graph) { graph.sources[0].gain = 0.9F; });
+  EXPECT_TRUE(open.property(sourceA + ".gainToggle", "boosted").toBool());
+  open.edit([](DeviceGraph& graph) { graph.masterGain = 1.1F; });
+  EXPECT_TRUE(open.property("output.gainToggle", "boosted").toBool());
+}
+
+TEST(NodeCards, sliderFollowsTheHandAndSavesEveryStep) {
+  Cards open;
+  open.openGain(sourceB);
+  const std::string slider = sourceB + ".gain.slider";
+  open.press(open.handle(slider, 1));
+  open.move(open.handle(slider, 2));
+  open.move(open.handle(slider, 3));
+  EXPECT_NEAR(open.gain(1), 3, 0.05);
+  EXPECT_EQ(open.gain(0), 1.0F);
+  open.release(open.handle(slider, 3));
+  EXPECT_NEAR(open.sliderValue(slider), open.gain(1), 1e-6);
+  EXPECT_THAT(open.graphsFile(), testing::HasSubstr("\"gain\""));
+}
+
+TEST(NodeCards, heldSliderIgnoresWhatHappensMeanwhile) {
+  Cards open;
+  open.openGain(sourceB);
+  const std::string slider = sourceB + ".gain.slider";
+  const QQuickItem* held = open.item(slider);
+  open.press(open.handle(slider, 1));
+  open.move(open.handle(slider, 2));
+  const double value = open.sliderValue(slider);
+  open.edit([](DeviceGraph& graph) {
+    graph.sources[1].gain = 0.25F;
+    graph.sources.push_back(player(3));
+  });
+  open.state->reload();
+  open.advance(AppState::refreshInterval);
+  EXPECT_EQ(open.seek(slider), held);
+  EXPECT_EQ(open.sliderValue(slider), value);
+  EXPECT_TRUE(held->property("pressed").toBool());
+  open.move(open.handle(slider, 3));
+  EXPECT_NEAR(open.gain(1), 3, 0.05);
+  open.release(open.handle(slider, 3));
+}
+
+TEST(NodeCards, releasedSliderShowsTheGainThatIsSet) {
+  Cards open;
+  open.openGain(sourceA);
+  const std::string slider = sourceA + ".gain.slider";
+  open.press(open.handle(slider, 1));
+  open.move(open.handle(slider, 2));
+  open.edit([](DeviceGraph& graph) { graph.sources[0].gain = 0.5F; });
+  const QPoint at = open.handle(slider, open.sliderValue(slider));
+  open.release(at);
+  EXPECT_TRUE(eventually([&] { return open.sliderValue(slider) == static_cast<double>(open.gain(0)); }));
+}
+
+TEST(NodeCards, sourceRemovedWhileItsSliderIsHeldChangesNoOther) {
+  Cards open;
+  open.openGain(sourceA);
+  const std::string slider = sourceA + ".gain.slider";
+  const QPoint low = open.handle(slider, 1);
+  const QPoint high = open.handle(slider, 3.5);
+  open.press(low);
+  open.move(open.handle(slider, 1.5));
+  open.edit([](DeviceGraph& graph) { std::erase_if(graph.sources, [](auto& s) { return s.id == player(1).id; }); });
+  open.move(high);
+  EXPECT_TRUE(eventually([&] { return open.seek(sourceA) == nullptr; }));
+  open.move(low);
+  open.release(high);
+  ASSERT_THAT(open.graph().sources, SizeIs(1));
+  EXPECT_EQ(open.gain(0), 1.0F);
+}
+
+TEST(NodeCards, keysMoveASlider) {
+  Cards open;
+  open.openGain(sourceA);
+  open.focus(sourceA + ".gain.slider");
+  open.key(Qt::Key_Right);
+  EXPECT_NEAR(open.gain(0), 1.01, 1e-6);
+  open.key(Qt::Key_Left);
+  open.key(Qt::Key_Left);
+  EXPECT_NEAR(open.gain(0), 0.99, 1e-6);
+  open.key(Qt::Key_PageUp);
+  EXPECT_NEAR(open.gain(0), 1.09, 1e-6);
+  open.key(Qt::Key_End);
+  EXPECT_EQ(open.gain(0), 4.0F);
+  open.key(Qt::Key_Right);
+  EXPECT_EQ(open.gain(0), 4.0F);
+  open.key(Qt::Key_Home);
+  EXPECT_EQ(open.gain(0), 0.0F);
+  EXPECT_EQ(open.text(sourceA + ".gain.text"), "0%");
+}
+
+TEST(NodeCards, doubleClickReturnsToUnity) {
+  Cards open;
+  open.edit([](DeviceGraph& graph) { graph.sources[0].gain = 3; });
+  open.openGain(sourceA);
+  open.doubleClick(sourceA + ".gain.slider");
+  EXPECT_TRUE(eventually([&] { return open.gain(0) == 1.0F; }));
+}
+
+TEST(NodeCards, gainRowStaysOpenWhileOtherNodesComeAndGo) {
+  Cards open;
+  open.openGain(sourceB);
+  const QQuickItem* card = open.item(sourceB);
+  open.edit([](DeviceGraph& graph) {
+    graph.sources.erase(graph.sources.begin());
+    graph.sources.insert(graph.sources.begin(), player(3));
+    graph.sources.push_back(player(4));
+  });
+  EXPECT_EQ(open.seek(sourceB), card);
+  EXPECT_TRUE(open.shows(sourceB + ".gain"));
+}
+
+TEST(NodeCards, masterGainIsEditedOnTheOutputCard) {
+  Cards open;
+  open.openGain("output");
+  EXPECT_TRUE(open.shows("output.master"));
+  EXPECT_EQ(open.text("output.master"), "MASTER");
+  open.focus("output.gain.slider");
+  open.key(Qt::Key_Home);
+  EXPECT_EQ(open.graph().masterGain, 0.0F);
+}
+
+TEST(NodeCards, monitorIsSwitchedTurnedAndRemoved) {
+  Cards open;
+  EXPECT_EQ(open.text(monitorA + ".name"), "Studio Speakers");
+  EXPECT_EQ(open.text(monitorA + ".channel.1.label"), "2 (R)");
+  EXPECT_TRUE(open.property(monitorA + ".channel.0.port", "isConnected").toBool());
+  EXPECT_FALSE(open.property(monitorA + ".channel.1.port", "isConnected").toBool());
+  EXPECT_EQ(open.property(monitorA + ".enabled", "help"), "Disable monitor");
+  open.click(monitorA + ".enabled");
+  EXPECT_FALSE(open.graph().monitors[0].enabled);
+  EXPECT_EQ(open.property(monitorA + ".enabled", "help"), "Enable monitor");
+  open.openGain(monitorA);
+  open.focus(monitorA + ".gain.slider");
+  open.key(Qt::Key_End);
+  EXPECT_EQ(open.graph().monitors[0].gain, 4.0F);
+  EXPECT_EQ(open.property(monitorA + ".remove", "help"), "Remove monitor");
+  open.click(monitorA + ".remove");
+  EXPECT_THAT(open.graph().monitors, IsEmpty());
+  EXPECT_THAT(open.graph().monitorWires, IsEmpty());
+}
+
+TEST(NodeCards, meterFillsByLinearPeakAndWarnsNearFullScale) {
+  Cards open;
+  const std::string meter = sourceA + ".channel.0.meter";
+  const auto play = [&](float level) {
+    MeterSnapshot meters;
+    meters.sourcePeaks[player(1).id] = {level, 0};
+    AppStateProbe::setMeters(*open.state, device("A").uid, meters);
+  };
+  const auto filled = [&] { return open.item(meter + ".fill")->width() / open.item(meter)->width(); };
+  play(0.5F);
+  EXPECT_TRUE(eventually([&] { return filled() == 0.5; }));
+  EXPECT_FALSE(open.property(meter, "hot").toBool());
+  play(0.98F);
+  EXPECT_FALSE(open.property(meter, "hot").toBool());
+  play(0.981F);
+  EXPECT_TRUE(open.property(meter, "hot").toBool());
+  play(1.5F);
+  EXPECT_TRUE(eventually([&] { return filled() == 1; }));
+  EXPECT_EQ(open.item(sourceA + ".channel.1.meter.fill")->width(), 0);
+}
+
+TEST(NodeCards, meterTickKeepsEveryCard) {
+  Cards open;
+  const QQuickItem* card = open.item(sourceA);
+  const QQuickItem* port = open.item(sourceA + ".channel.0.port");
+  open.hardware.advance(4800);
+  open.advance(AppState::meterInterval);
+  EXPECT_EQ(open.seek(sourceA), card);
+  EXPECT_EQ(open.seek(sourceA + ".channel.0.port"), port);
+}
+
+TEST(NodeCards, channelPairsComeAndGoWithinTheirBounds) {
+  Cards open;
+  const auto pairs = [&] { return open.state->virtualDevices()[0].channels; };
+  EXPECT_EQ(open.property("output.addPair", "help"), "Add channel pair");
+  EXPECT_EQ(open.property("output.removePair", "help"), "Remove channel pair");
+  EXPECT_FALSE(open.property("output.removePair", "enabled").toBool());
+  const QQuickItem* first = open.item("output.channel.0.in");
+  for (int channels = 4; channels <= 16; channels += 2) {
+    open.click("output.addPair");
+    EXPECT_EQ(pairs(), channels);
+  }
+  EXPECT_FALSE(open.property("output.addPair", "enabled").toBool());
+  EXPECT_EQ(open.text("output.channel.15.label"), "16");
+  EXPECT_EQ(open.seek("output.channel.0.in"), first);
+  open.click("output.removePair");
+  EXPECT_EQ(pairs(), 14);
+}
+
+TEST(NodeCards, namesOfAnyKindStayInTheirPlace) {
+  Cards open;
+  const std::string names[] = {std::string(300, 'W'), "", "مشغل الصوت الطويل جدا لاختبار الاتجاه من اليمين",
+                               "🎧🎹🥁🎸🎺🎻🎤🎧🎹🥁🎸🎺🎻🎤", "two\nlines", "<b>bold</b>"};
+  for (const std::string& name : names) {
+    open.edit([&](DeviceGraph& graph) {
+      graph.sources[0].kind = AppSource{"com.example.Player", name};
+      graph.monitors[0].name = name;
+    });
+    for (const std::string& card : {sourceA, monitorA}) {
+      const QQuickItem* text = open.item(card + ".name");
+      EXPECT_EQ(open.text(card + ".name"), name);
+      const double right = text->mapToScene({text->width(), 0}).x();
+      EXPECT_LE(right, open.item(card + ".gainToggle")->mapToScene({0, 0}).x()) << name;
+      EXPECT_LE(text->property("contentWidth").toDouble(), text->width()) << name;
+      EXPECT_LE(text->property("lineCount").toInt(), 1) << name;
+    }
+  }
+}
+
+TEST(NodeCards, everyControlSaysWhatItIs) {
+  Cards open;
+  open.openGain(sourceA);
+  open.openGain("output");
+  int controls = 0;
+  const std::function<void(QQuickItem*)> walk = [&](QQuickItem* item) {
+    if (item->isVisible() && item->activeFocusOnTab()) {
+      ++controls;
+      QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(item);
+      ASSERT_NE(accessible, nullptr) << item->objectName().toStdString();
+      EXPECT_NE(accessible->text(QAccessible::Name), "") << item->objectName().toStdString();
+      EXPECT_NE(accessible->role(), QAccessible::NoRole) << item->objectName().toStdString();
+      EXPECT_NE(item->objectName(), "") << accessible->text(QAccessible::Name).toStdString();
+    }
+    for (QQuickItem* child : item->childItems()) walk(child);
+  };
+  walk(open.window()->contentItem());
+  EXPECT_GT(controls, 20);
+  QAccessibleValueInterface* slider = open.accessible(sourceA + ".gain.slider")->valueInterface();
+  ASSERT_NE(slider, nullptr);
+  EXPECT_EQ(slider->currentValue().toDouble(), 1.0);
+  EXPECT_EQ(slider->maximumValue().toDouble(), 4.0);
+  EXPECT_EQ(open.accessible(sourceA + ".gain.slider")->text(QAccessible::Name), "Volume of Player");
+  EXPECT_TRUE(open.accessible(sourceA + ".enabled")->state().checked);
+}
+
+TEST(NodeCards, helpAppearsUnderAPointerThatRests) {
+  Cards open;
+  open.hover(sourceA + ".gainToggle");
+  EXPECT_TRUE(eventually([&] {
+    QQuickItem* tip = open.item(sourceA + ".gainToggle")->findChild<QQuickItem*>("helpTip");
+    QObject* popup = open.item(sourceA + ".gainToggle")->findChild<QObject*>("helpTip");
+    return (tip != nullptr && tip->isVisible()) || (popup != nullptr && popup->property("opened").toBool());
+  }));
+}
+
+}  // namespace
+}  // namespace brindlemux
