@@ -23,18 +23,18 @@ Item {
 
     signal pointerMoved(at: point)
 
-    function dragChanged(port: portID, at: point) {
+    function moveDrag(port: portID, at: point) {
         wireKeys.cancel();
         wireDrag.portDragChanged(port, at);
         pointerMoved(at);
     }
-    function dragEnded(port: portID, at: point) {
+    function endDrag(port: portID, at: point) {
         wireDrag.portDragEnded(port, at);
     }
-    function dragCancelled(port: portID) {
+    function cancelDrag(port: portID) {
         wireDrag.portDragCancelled(port);
     }
-    function activated(port: portID) {
+    function activate(port: portID) {
         wireKeys.begin(port);
     }
 

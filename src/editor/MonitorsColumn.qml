@@ -27,10 +27,10 @@ Column {
             width: root.width
             editor: root.editor
             layoutModel: root.wiring.layout
-            onDragChanged: (port, at) => root.wiring.dragChanged(port, at)
-            onDragEnded: (port, at) => root.wiring.dragEnded(port, at)
-            onDragCancelled: port => root.wiring.dragCancelled(port)
-            onPortActivated: port => root.wiring.activated(port)
+            onDragChanged: (port, at) => root.wiring.moveDrag(port, at)
+            onDragEnded: (port, at) => root.wiring.endDrag(port, at)
+            onDragCancelled: port => root.wiring.cancelDrag(port)
+            onPortActivated: port => root.wiring.activate(port)
         }
     }
 

@@ -48,6 +48,7 @@ struct CanvasWindow : SimulatedProgram {
   void open(QSize size) {
     QQmlComponent component(&engine);
     component.setData(QByteArray(source).replace("parent.appState", "appState"), QUrl());
+    if (component.isError()) throw std::runtime_error(component.errorString().toStdString());
     window.reset(qobject_cast<QQuickWindow*>(
         component.createWithInitialProperties({{"appState", QVariant::fromValue(state.get())},
                                                {"uid", QString::fromStdString(uid)},

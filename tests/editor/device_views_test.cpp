@@ -217,8 +217,7 @@ TEST(DeviceDetailView, disconnectsTheSelectedWire) {
     graph.wires = {{player(1).id, 0, 0}, wire, wire};
   });
   EXPECT_EQ(open.text("detail.disconnect"), "Disconnect Wire");
-  EXPECT_EQ(open.property("detail.disconnect", "help"),
-            "Disconnect the selected wire (or double-click the wire)");
+  EXPECT_EQ(open.property("detail.disconnect", "help"), "Disconnect the selected wire (or double-click the wire)");
   EXPECT_FALSE(open.property("detail.disconnect", "enabled").toBool());
   open.item("detail." + uidA)->setProperty("selectedWire", QVariant::fromValue(WireSelection::source(wire)));
   EXPECT_TRUE(open.property("detail.disconnect", "enabled").toBool());

@@ -67,7 +67,9 @@ struct EditorWindow : SimulatedProgram {
     }
     return nullptr;
   }
-  QQuickItem* seek(const std::string& name) const { return find(window()->contentItem(), QString::fromStdString(name)); }
+  QQuickItem* seek(const std::string& name) const {
+    return find(window()->contentItem(), QString::fromStdString(name));
+  }
   QQuickItem* item(const std::string& name) const {
     if (!eventually([&] { return seek(name) != nullptr; })) throw std::runtime_error("no item " + name);
     return seek(name);

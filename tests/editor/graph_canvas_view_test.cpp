@@ -70,7 +70,7 @@ TEST(GraphCanvasView, wiresInTheOtherDirectionsTooAndTakesWiresAway) {
 }
 
 TEST(GraphCanvasView, savesWhatWasWired) {
-  const CanvasWindow open(plain());
+  CanvasWindow open(plain());
   open.drag(open.place(sourcePort), open.place(PortID::outputIn(1)));
   EXPECT_EQ(open.graphStore.load().at(open.uid).wires, open.graph().wires);
 }

@@ -320,8 +320,12 @@ TEST(NodeCards, channelPairsComeAndGoWithinTheirBounds) {
 
 TEST(NodeCards, namesOfAnyKindStayInTheirPlace) {
   Cards open;
-  const std::string names[] = {std::string(300, 'W'), "", "مشغل الصوت الطويل جدا لاختبار الاتجاه من اليمين",
-                               "🎧🎹🥁🎸🎺🎻🎤🎧🎹🥁🎸🎺🎻🎤", "two\nlines", "<b>bold</b>"};
+  const std::string names[] = {std::string(300, 'W'),
+                               "",
+                               "مشغل الصوت الطويل جدا لاختبار الاتجاه من اليمين",
+                               "🎧🎹🥁🎸🎺🎻🎤🎧🎹🥁🎸🎺🎻🎤",
+                               "two\nlines",
+                               "<b>bold</b>"};
   for (const std::string& name : names) {
     open.edit([&](DeviceGraph& graph) {
       graph.sources[0].kind = AppSource{"com.example.Player", name};
