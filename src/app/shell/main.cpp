@@ -1,10 +1,14 @@
+#include <QDBusConnection>
 #include <QGuiApplication>
+#include <QIcon>
 #include <cstdlib>
 
 #include "app/controller/app_state.h"
 #include "app/controller/qt_scheduler.h"
+#include "app/shell/brindlemux_app.h"
 #include "app/shell/main_window.h"
 #include "app/shell/termination_signals.h"
+#include "app/shell/user_defaults.h"
 #include "model/clock.h"
 #include "model/file_locations.h"
 #include "model/graph_store.h"
@@ -24,8 +28,7 @@ int main(int argc, char* argv[]) {
   QGuiApplication::setDesktopFileName(QStringLiteral("com.brindlemux.Brindlemux"));
   MainWindow::chooseStyle();
   QGuiApplication application(argc, argv);
-  QObject::connect(&signals, &TerminationSignals::received, &application, &QCoreApplication::quit);
-  signals.listen();
+  QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/brindlemux/icons/com.brindlemux.Brindlemux.svg")));
 
   // Each borrows from those above it and goes before them: the window, the controller with its engines, the hardware.
   StandardErrorLog log;
@@ -41,8 +44,11 @@ int main(int argc, char* argv[]) {
                   .scheduler = scheduler});
   QObject::connect(&application, &QCoreApplication::aboutToQuit, &state, &AppState::shutdown);
 
-  MainWindow window(state);
-  if (window.window() == nullptr) {
+  UserDefaults defaults;
+  BrindlemuxApp app(state, defaults, scheduler, QDBusConnection::sessionBus());
+  QObject::connect(&signals, &TerminationSignals::received, &app, &BrindlemuxApp::quit);
+  signals.listen();
+  if (!app.openWindow()) {
     log.write("Brindlemux: the window could not be made");
     state.shutdown();
     return EXIT_FAILURE;

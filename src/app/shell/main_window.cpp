@@ -9,13 +9,22 @@ void MainWindow::chooseStyle() {
   QQuickStyle::setStyle(QStringLiteral("Basic"));
 }
 
-MainWindow::MainWindow(AppState& state) {
-  engine_.setInitialProperties({{QStringLiteral("appState"), QVariant::fromValue(&state)}});
+MainWindow::MainWindow(AppState& state, UserDefaults& defaults) {
+  engine_.setInitialProperties({{QStringLiteral("appState"), QVariant::fromValue(&state)},
+                                {QStringLiteral("defaults"), QVariant::fromValue(&defaults)}});
   engine_.load(QUrl(QStringLiteral("qrc:/qt-project.org/imports/Brindlemux/Shell/MainWindow.qml")));
 }
 
 QQuickWindow* MainWindow::window() const {
   return engine_.rootObjects().isEmpty() ? nullptr : qobject_cast<QQuickWindow*>(engine_.rootObjects().constFirst());
+}
+
+void MainWindow::raise() {
+  // A minimized window comes back in the shape that it had.
+  window()->setWindowStates(window()->windowStates() & ~Qt::WindowMinimized);
+  window()->show();
+  window()->raise();
+  window()->requestActivate();
 }
 
 }  // namespace brindlemux
