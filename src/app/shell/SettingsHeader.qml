@@ -11,7 +11,7 @@ Item {
 
     signal close
 
-    implicitHeight: Math.max(texts.implicitHeight, closeButton.implicitHeight)
+    implicitHeight: Math.max(texts.implicitHeight, closeButton.implicitHeight) + 8
 
     Icon {
         id: symbol

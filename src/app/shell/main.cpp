@@ -26,6 +26,8 @@ int main(int argc, char* argv[]) {
   QCoreApplication::setOrganizationName(QStringLiteral("Brindlemux"));
   QCoreApplication::setApplicationName(QStringLiteral("Brindlemux"));
   QGuiApplication::setDesktopFileName(QStringLiteral("com.brindlemux.Brindlemux"));
+  // X11 has no application identifier; there the window's class tells which desktop entry it belongs to.
+  qputenv("RESOURCE_NAME", "com.brindlemux.Brindlemux");
   MainWindow::chooseStyle();
   QGuiApplication application(argc, argv);
   QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/brindlemux/icons/com.brindlemux.Brindlemux.svg")));
