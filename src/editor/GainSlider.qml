@@ -11,6 +11,9 @@ T.Slider {
     id: root
 
     required property real gain
+    // What assistive technology reads.
+    readonly property real minimumValue: from
+    readonly property real maximumValue: to
 
     signal edited(gain: real)
 

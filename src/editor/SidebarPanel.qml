@@ -14,6 +14,8 @@ Rectangle {
 
     function askToDelete() {
         deviceToDelete = appState.selectedDeviceUID;
+        if (doomed.exists)
+            confirmation.open();
     }
 
     color: Theme.panel
@@ -117,7 +119,7 @@ Rectangle {
             anchors.verticalCenter: parent.verticalCenter
             symbol: "minus"
             help: "Delete selected device"
-            enabled: doomed.exists || root.appState.selectedDeviceUID !== ""
+            enabled: root.appState.selectedDeviceUID !== ""
             onClicked: root.askToDelete()
         }
     }
@@ -127,15 +129,17 @@ Rectangle {
 
         appState: root.appState
         uid: root.deviceToDelete
+        // A device that goes by itself takes the question with it.
+        onChanged: if (!exists) confirmation.close()
     }
 
     ConfirmationDialog {
+        id: confirmation
+
         objectName: "confirmDelete"
         title: "Delete device?"
         message: "“" + doomed.name + "” will disappear from the system. Its routing graph will be deleted."
         destructiveText: "Delete"
-        // A device that goes by itself takes the question with it.
-        visible: doomed.exists
         onConfirmed: root.appState.deleteVirtualDevice(doomed.uid)
         onClosed: root.deviceToDelete = ""
     }

@@ -34,31 +34,35 @@ void WiresNode::show(Picture& picture, const std::vector<DrawnWire>& wires, cons
   if (isSame) return;
   const QImage image = painter.paint(wires, area, phase);
   std::unique_ptr<QSGTexture> texture(window.createTextureFromImage(image, QQuickWindow::TextureHasAlphaChannel));
-  if (picture.node == nullptr) {
+  const bool isAdded = picture.node == nullptr;
+  if (isAdded) {
     picture.node = window.createImageNode();
     picture.node->setFlag(QSGNode::OwnedByParent);
-    // The pictures keep their order, which is that of their drawing.
-    QSGNode* next = nullptr;
-    for (const Picture& other : pictures_) {
-      if (&other > &picture && other.node != nullptr && next == nullptr) next = other.node;
-    }
-    if (next != nullptr) {
-      insertChildNodeBefore(picture.node, next);
-    } else {
-      appendChildNode(picture.node);
-    }
   }
   const double scale = painter.scale();
   picture.node->setTexture(texture.get());
   picture.node->setRect(QRectF(QPointF(area.topLeft()) / scale, QSizeF(area.size()) / scale));
   picture.node->setSourceRect(QRectF(QPointF(), QSizeF(area.size())));
   picture.node->setFiltering(QSGTexture::Linear);
+  // The software renderer asks a node for its texture as soon as it is in the tree.
+  if (isAdded) add(picture);
   picture.texture = std::move(texture);
   picture.wires = wires;
   picture.area = area;
   picture.phase = phase;
   picture.scale = scale;
   picture.palette = palette;
+}
+
+void WiresNode::add(Picture& picture) {
+  // The pictures keep their order, which is that of their drawing.
+  const auto next = std::find_if(pictures_.begin(), pictures_.end(),
+                                 [&](const Picture& other) { return &other > &picture && other.node != nullptr; });
+  if (next != pictures_.end()) {
+    insertChildNodeBefore(picture.node, next->node);
+  } else {
+    appendChildNode(picture.node);
+  }
 }
 
 void WiresNode::hide(Picture& picture) {

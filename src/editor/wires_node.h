@@ -37,6 +37,7 @@ class WiresNode final : public QSGNode {
 
   void show(Picture& picture, const std::vector<DrawnWire>& wires, const QRect& visible, double phase,
             WirePainter& painter, const WirePalette& palette, QQuickWindow& window);
+  void add(Picture& picture);
   void hide(Picture& picture);
 
   std::array<Picture, 3> pictures_;

@@ -26,12 +26,13 @@ struct CanvasWindow : SimulatedProgram {
     import Brindlemux.Controller
     import Brindlemux.Editor
     Window {
+      id: root
       required property AppState appState
       required property string uid
       property alias canvas: canvas
       visible: true
       color: "black"
-      GraphEditor { id: graphEditor; appState: parent.appState; deviceUID: uid }
+      GraphEditor { id: graphEditor; appState: root.appState; deviceUID: root.uid }
       GraphCanvasView { id: canvas; anchors.fill: parent; editor: graphEditor }
     })";
 
@@ -47,7 +48,7 @@ struct CanvasWindow : SimulatedProgram {
 
   void open(QSize size) {
     QQmlComponent component(&engine);
-    component.setData(QByteArray(source).replace("parent.appState", "appState"), QUrl());
+    component.setData(source, QUrl());
     if (component.isError()) throw std::runtime_error(component.errorString().toStdString());
     window.reset(qobject_cast<QQuickWindow*>(
         component.createWithInitialProperties({{"appState", QVariant::fromValue(state.get())},

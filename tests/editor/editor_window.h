@@ -84,9 +84,17 @@ struct EditorWindow : SimulatedProgram {
     return QAccessible::queryAccessibleInterface(item(name));
   }
 
+  /// Has a frame drawn, before which everything gets its place.
+  void settle() const {
+    bool isDrawn = false;
+    const auto frame = QObject::connect(window(), &QQuickWindow::frameSwapped, [&] { isDrawn = true; });
+    window()->update();
+    if (!eventually([&] { return isDrawn; })) throw std::runtime_error("nothing is drawn");
+    QObject::disconnect(frame);
+  }
   QPoint middle(const std::string& name) const {
     const QQuickItem* target = item(name);
-    // A picture is taken of every frame, so that what was asked for is laid out.
+    settle();
     if (!eventually([&] { return target->isVisible() && target->width() > 0 && target->height() > 0; }))
       throw std::runtime_error(name + " is not shown");
     return target->mapToScene({target->width() / 2, target->height() / 2}).toPoint();

@@ -39,6 +39,7 @@ struct Cards : EditorWindow {
   }
   /// Where the handle of a slider is when it shows this gain.
   QPoint handle(const std::string& slider, double gain) const {
+    settle();
     const QQuickItem* item = this->item(slider);
     const double handleWidth = item->property("handle").value<QQuickItem*>()->width();
     const double x = handleWidth / 2 + (item->width() - handleWidth) * gain / 4;

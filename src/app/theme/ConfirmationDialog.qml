@@ -42,8 +42,9 @@ T.Dialog {
         destructiveText: root.destructiveText
         onCancelled: root.reject()
         onConfirmed: {
-            root.accept();
+            // Before it closes, while what it asks about is still known.
             root.confirmed();
+            root.accept();
         }
     }
 }

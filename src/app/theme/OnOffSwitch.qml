@@ -10,7 +10,19 @@ T.Switch {
     required property bool on
     required property string help
 
-    signal switched(bool on)
+    /// Where the knob is, from 0 to 1.
+    property real knob: 0
+
+    signal switched(on: bool)
+
+    onOnChanged: {
+        slide.to = on ? 1 : 0;
+        slide.restart();
+    }
+    Component.onCompleted: {
+        slide.stop();
+        knob = on ? 1 : 0;
+    }
 
     implicitWidth: 32
     implicitHeight: 20
@@ -42,27 +54,24 @@ T.Switch {
         border.width: root.visualFocus ? 2 : 0
         border.color: Theme.textPrimary
 
-        Behavior on color {
-            ColorAnimation {
-                duration: 120
-            }
-        }
-
         Rectangle {
-            x: root.on ? parent.width - width - 2 : 2
+            x: 2 + root.knob * (parent.width - width - 4)
             anchors.verticalCenter: parent.verticalCenter
             width: parent.height - 4
             height: width
             radius: width / 2
             color: root.on ? Theme.baseDeep : root.hovered ? Theme.textPrimary : Theme.textSecondary
-
-            Behavior on x {
-                NumberAnimation {
-                    duration: 120
-                    easing.type: Easing.OutCubic
-                }
-            }
         }
+    }
+
+    // Of a property without a Behavior, which Qt 6.4 does not survive on a switch that goes while it moves.
+    NumberAnimation {
+        id: slide
+
+        target: root
+        property: "knob"
+        duration: 120
+        easing.type: Easing.OutCubic
     }
 
     HoverHandler {
