@@ -47,6 +47,11 @@ folder=$(dirname "$(find /usr/lib -name libpipewire-module-brindlemux-driver.so)
 /srv/scripts/private-audio-server.sh /tmp/server --driver-dir "$folder" --sink "speakers:2:Speakers" >/tmp/server.out &
 server=$!
 trap 'kill -TERM $server; wait $server || true' EXIT
+fail() {
+  cat /tmp/program.err
+  echo "try-package: $*" >&2
+  exit 1
+}
 deadline=$(($(date +%s) + 30))
 until grep -qx ready /tmp/server.out; do
   [ "$(date +%s)" -lt $deadline ] || exit 1
@@ -59,14 +64,14 @@ QT_QPA_PLATFORM=offscreen QT_QUICK_BACKEND=software brindlemux </dev/null 2>/tmp
 program=$!
 # The program captures the device: its node stands there once the window does.
 until pw-cli ls Node </dev/null | grep -q 'node.name = "brindlemux\.'; do
-  kill -0 $program
-  [ "$(date +%s)" -lt $deadline ] || exit 1
+  kill -0 $program || fail "the program ended by itself"
+  [ "$(date +%s)" -lt $deadline ] || fail "the program does not capture its device"
   sleep 0.2
 done
 kill -TERM $program
-wait $program
-cat /tmp/program.err
-test ! -s /tmp/program.err
+wait $program || fail "the program did not end in order"
+# A package that lacks a plugin or a module says so there.
+[ ! -s /tmp/program.err ] || fail "the program complained"
 echo "try-package: the installed program ran on the installed driver and ended in order"
 END
 chroot "$root" bash /srv/try.sh

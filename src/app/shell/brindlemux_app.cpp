@@ -34,14 +34,17 @@ QQuickWindow* BrindlemuxApp::window() const {
 }
 
 bool BrindlemuxApp::openWindow() {
-  if (window() == nullptr) {
+  if (window() != nullptr) {
+    window_->raise();
+  } else {
     window_ = std::make_unique<MainWindow>(state_, defaults_);
     if (window_->window() == nullptr) return false;
     connect(window_->window(), &QWindow::visibleChanged, this, [this](bool visible) {
       if (!visible) windowClosed();
     });
+    // It comes up in front by itself.
+    window_->window()->requestActivate();
   }
-  window_->raise();
   return true;
 }
 
