@@ -19,9 +19,9 @@ std::filesystem::path homeFolder() {
 
 }  // namespace
 
-std::filesystem::path UserFileLocations::applicationSupport() const {
-  if (const char* data = std::getenv("XDG_DATA_HOME"); data != nullptr && *data == '/') return data;
-  return homeFolder() / ".local" / "share";
+UserFileLocations::UserFileLocations() {
+  const char* data = std::getenv("XDG_DATA_HOME");
+  applicationSupport_ = data != nullptr && *data == '/' ? data : homeFolder() / ".local" / "share";
 }
 
 }  // namespace brindlemux

@@ -12,11 +12,16 @@ class FileLocations {
   virtual std::filesystem::path applicationSupport() const = 0;
 };
 
-/// $XDG_DATA_HOME where it is an absolute path, otherwise .local/share below the home folder.
-/// Errors: a user without a home folder is fatal.
+/// $XDG_DATA_HOME where it is an absolute path, otherwise .local/share below the home folder; as the environment is at
+/// construction, since it must not be read while another thread may change it.
+/// Threads: any, once it is made. Errors: a user without a home folder is fatal.
 class UserFileLocations final : public FileLocations {
  public:
-  std::filesystem::path applicationSupport() const override;
+  UserFileLocations();
+  std::filesystem::path applicationSupport() const override { return applicationSupport_; }
+
+ private:
+  std::filesystem::path applicationSupport_;
 };
 
 }  // namespace brindlemux

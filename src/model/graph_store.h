@@ -12,7 +12,7 @@ namespace brindlemux {
 /// Keeps every routing graph in one JSON file, "Brindlemux/graphs.json" in the user's data directory. The file is the
 /// only state; the locations, the clock and the log are borrowed.
 ///
-/// Threads: the main thread only; both operations block on file input and output.
+/// Threads: one at a time; both operations block on file input and output.
 class GraphStore {
  public:
   GraphStore(const FileLocations& locations, const Clock& clock, SystemLog& log)

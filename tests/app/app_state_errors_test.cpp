@@ -91,6 +91,24 @@ TEST(AppStateErrors, anotherFailureReplacesTheLine) {
   EXPECT_THAT(program.shown, ElementsAre("Creating input IOProc failed (OSStatus -2)"));
 }
 
+TEST(AppStateErrors, sameFailureOfTwoEnginesIsShownOnce) {
+  FailingProgram program;
+  program.publish({device("A"), device("B")});
+  program.state->reload();
+  program.advance(20s);
+  EXPECT_THAT(program.shown, ElementsAre());
+}
+
+TEST(AppStateErrors, cleanPassNeedsEveryEngineToBeClean) {
+  FailingProgram program;
+  program.mend();
+  program.hardware.journal().failEvery("createIOProc " + device("A").uid, -1);
+  program.publish({device("A"), device("B")});
+  program.state->reload();
+  program.advance(20s);
+  EXPECT_THAT(program.shown, ElementsAre());
+}
+
 TEST(AppStateErrors, dismissedFailureIsShownAgainWhileItLasts) {
   FailingProgram program;
   program.state->dismissError();

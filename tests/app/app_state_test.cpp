@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "app/signal_log.h"
 #include "app/simulated_program.h"
 
 namespace brindlemux {
@@ -11,6 +12,7 @@ namespace {
 using namespace std::chrono_literals;
 using test::device;
 using test::output;
+using test::SignalLog;
 using test::SimulatedProgram;
 using test::unreadable;
 using testing::ElementsAre;
@@ -24,30 +26,6 @@ const std::string uidA = device("A").uid;
 const std::string uidB = device("B").uid;
 const std::string uidC = device("C").uid;
 
-/// Names every signal of the controller in the order in which they come.
-class SignalLog {
- public:
-  explicit SignalLog(AppState& state) {
-    const auto follow = [&](auto signal, const char* name) {
-      QObject::connect(&state, signal, &receiver_, [this, name] { names.emplace_back(name); });
-    };
-    follow(&AppState::virtualDevicesChanged, "virtualDevices");
-    follow(&AppState::selectedDeviceUIDChanged, "selectedDeviceUID");
-    follow(&AppState::graphsChanged, "graphs");
-    follow(&AppState::processesChanged, "processes");
-    follow(&AppState::audioDevicesChanged, "audioDevices");
-    follow(&AppState::errorMessageChanged, "errorMessage");
-    follow(&AppState::driverInstalledChanged, "driverInstalled");
-    follow(&AppState::metersChanged, "meters");
-    follow(&AppState::engineStateTickChanged, "engineStateTick");
-    follow(&AppState::settingsSheetUIDChanged, "settingsSheetUID");
-  }
-  std::vector<std::string> names;
-
- private:
-  QObject receiver_;
-};
-
 TEST(AppState, startsWithoutDriver) {
   SimulatedProgram program;
   const AppState& state = program.start();
@@ -57,6 +35,10 @@ TEST(AppState, startsWithoutDriver) {
   EXPECT_EQ(state.errorMessage(), std::nullopt);
   EXPECT_EQ(state.settingsSheetUID(), std::nullopt);
   EXPECT_EQ(state.engineStateTick(), 0);
+  EXPECT_THAT(state.graphs(), IsEmpty());
+  EXPECT_THAT(state.processes(), IsEmpty());
+  EXPECT_THAT(state.audioDevices(), IsEmpty());
+  EXPECT_THAT(state.meters(), IsEmpty());
   EXPECT_EQ(AppStateProbe::engineCount(state), 0U);
   program.advance(10s);
   EXPECT_EQ(state.engineStateTick(), 0);
@@ -248,6 +230,36 @@ TEST(AppState, assignmentsAreAnnouncedInOrder) {
   state.reload();
   EXPECT_THAT(log.names, ElementsAre("driverInstalled", "virtualDevices", "selectedDeviceUID", "graphs", "graphs",
                                      "processes", "audioDevices", "engineStateTick"));
+}
+
+TEST(AppState, driverThatGoesAndComesIsAnnouncedInOrder) {
+  SimulatedProgram program;
+  program.hardware.installDriver({device("A")});
+  AppState& state = program.start();
+  state.setSelectedDeviceUID(uidA);
+  SignalLog log(state);
+  const AudioObjectPropertyAddress lookUp{kAudioHardwarePropertyTranslateBundleIDToPlugIn};
+  program.hardware.setAnswer(kAudioObjectSystemObject, lookUp, unreadable());
+  state.refreshEnvironment();
+  // Once by the refresh, once by the reload that it calls.
+  EXPECT_THAT(log.take(), ElementsAre("driverInstalled", "driverInstalled", "virtualDevices"));
+  state.refreshEnvironment();
+  EXPECT_THAT(log.take(), IsEmpty());
+  program.hardware.clearAnswer(kAudioObjectSystemObject, lookUp);
+  state.refreshEnvironment();
+  EXPECT_THAT(log.take(), ElementsAre("driverInstalled", "driverInstalled", "virtualDevices", "processes",
+                                      "audioDevices", "engineStateTick"));
+}
+
+TEST(AppState, refreshComesBeforeMetersThatFallDueTogether) {
+  SimulatedProgram program;
+  program.hardware.installDriver({device("A")});
+  AppState& state = program.start();
+  program.advance(5999ms);
+  SignalLog log(state);
+  // 3 times 2.0 s and 50 times 0.12 s.
+  program.advance(1ms);
+  EXPECT_THAT(log.names, ElementsAre("processes", "audioDevices", "engineStateTick", "meters"));
 }
 
 TEST(AppState, refreshesEveryTwoSeconds) {

@@ -70,6 +70,7 @@ TEST(BrindlemuxApp, menuSwitchesDevicesAndSaves) {
   ASSERT_TRUE(eventually([&] { return !desktop.isEnabled("B"); }));
   EXPECT_TRUE(desktop.isEnabled("A"));
   EXPECT_EQ(desktop.tray->lines().mid(0, 2), (QStringList{"[x] A", "[ ] B"}));
+  desktop.open.state->waitUntilSaved();
   EXPECT_FALSE(desktop.open.graphStore.load().at(device("B").uid).enabled);
   desktop.tray->choose("B");
   ASSERT_TRUE(eventually([&] { return desktop.isEnabled("B"); }));

@@ -99,6 +99,7 @@ TEST(SettingsView, clickOnARowChoosesAndSaves) {
   open.click("settings.mode.0");
   EXPECT_EQ(open.latencyFrames(), 64);
   EXPECT_EQ(open.selectedModes(), std::vector<int>{0});
+  open.state->waitUntilSaved();
   EXPECT_EQ(open.graphStore.load().at(uidA).latencyFrames, 64);
   // The sheet stays, and the other device keeps its own.
   EXPECT_TRUE(open.shows("settings.close"));

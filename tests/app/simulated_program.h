@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
@@ -34,15 +35,26 @@ class AppStateProbe {
     Q_EMIT state.metersChanged();
   }
   static std::size_t engineCount(const AppState& state) { return state.engines_.size(); }
+  static const DeviceEngine* engine(const AppState& state, const std::string& uid) {
+    const auto found = state.engines_.find(uid);
+    return found != state.engines_.end() ? found->second.get() : nullptr;
+  }
+  static void forgetGraph(AppState& state, const std::string& uid) { state.graphs_.erase(uid); }
+  static void forgetEngine(AppState& state, const std::string& uid) { state.engines_.erase(uid); }
 };
 
 namespace test {
 
-/// A data folder of a test's own, removed with everything in it.
+/// A data folder of a test's own, removed with everything in it. It is in memory where that can be had: thousands of
+/// saves shall not wait for a disk.
 class TemporaryLocations final : public FileLocations {
  public:
   TemporaryLocations() {
-    std::string name = (std::filesystem::temp_directory_path() / "brindlemux-app-XXXXXX").string();
+    std::error_code error;
+    const std::filesystem::path memory = "/dev/shm";
+    const bool hasMemory = std::filesystem::is_directory(memory, error);
+    const std::filesystem::path parent = hasMemory ? memory : std::filesystem::temp_directory_path();
+    std::string name = (parent / "brindlemux-app-XXXXXX").string();
     if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary folder");
     folder_ = name;
   }
@@ -111,14 +123,36 @@ struct SimulatedProgram {
     if (!DriverConfig(hardware).writeDevices(devices)) throw std::logic_error("the driver refused the list");
   }
 
+  /// The graphs that the file holds.
+  DeviceGraphs savedGraphs() {
+    waitUntilSaved();
+    return graphStore.load();
+  }
+
+  /// The driver answers writes of its list with this status until it is mended.
+  void refuseWrites() {
+    hardware.journal().failEvery("setPropertyData " + driverLabel(), kAudioHardwareUnspecifiedError);
+  }
+  /// How many times the list was written to the driver since the journal was taken, accepted or not.
+  std::ptrdiff_t driverWrites() {
+    return std::ranges::count_if(hardware.journal().lines(), [](const std::string& line) {
+      return line.starts_with("setPropertyData " + driverLabel());
+    });
+  }
+  static std::string driverLabel() { return "driver bxcf"; }
+
   /// The system announces a change of its device list while nothing changes.
   void announceDevices() { hardware.removeDevice(hardware.addDevice(output("passing", "Passing"))); }
 
+  void waitUntilSaved() const {
+    if (state) state->waitUntilSaved();
+  }
   void writeGraphsFile(std::string_view text) {
     std::filesystem::create_directories(graphStore.fileURL().parent_path());
     std::ofstream(graphStore.fileURL(), std::ios::binary) << text;
   }
   std::string graphsFile() const {
+    waitUntilSaved();
     return (std::ostringstream() << std::ifstream(graphStore.fileURL(), std::ios::binary).rdbuf()).str();
   }
 };

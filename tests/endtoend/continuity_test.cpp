@@ -1,14 +1,12 @@
-#include <algorithm>
-#include <cstdint>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <memory>
-#include <optional>
 #include <ostream>
 #include <string>
 #include <tuple>
 
 #include "endtoend/levels.h"
+#include "endtoend/numbered_samples.h"
 #include "endtoend/recorder.h"
 #include "endtoend/routing_session.h"
 
@@ -59,53 +57,6 @@ std::string unityGraph(const std::string& kind) {
     ]
   }
 })";
-}
-
-/// Samples that tell where they come from: every value of magnitude 0.25 to 0.75 that a float has there, in an order
-/// that does not repeat for 2^24 frames. All of them lie below the limiter's knee of 0.9.
-std::vector<float> numberedSamples(std::size_t frames, std::uint32_t seed) {
-  std::vector<float> samples(frames);
-  std::uint32_t state = seed;
-  for (float& sample : samples) {
-    // A full-period generator modulo 2^24: multiplier - 1 divisible by 4, odd increment.
-    state = (state * 1140671485U + 12820163U) & 0xFFFFFFU;
-    const float magnitude = 0.25F + static_cast<float>(state >> 1U) / static_cast<float>(1U << 24U);
-    sample = (state & 1U) != 0 ? magnitude : -magnitude;
-  }
-  return samples;
-}
-
-/// How a recording follows what was played.
-struct Comparison {
-  std::size_t exactFrames = 0;        ///< from the start of the comparison to the first departure
-  std::optional<std::size_t> offset;  ///< of the recording's start in what was played; nothing when it was not found
-  std::string departure;              ///< what stands at the first departure, for a failure's message
-};
-
-/// What a recording has from frame `at` on, where it should have gone on with frame `expected` of what was played.
-std::string describeDeparture(const std::vector<float>& played, std::size_t expected,
-                              const std::vector<float>& recorded, std::size_t at) {
-  std::size_t silent = 0;
-  while (at + silent < recorded.size() && recorded[at + silent] == 0.0F) ++silent;
-  std::string text =
-      "at frame " + std::to_string(expected) + " of the player: " + std::to_string(silent) + " of silence";
-  if (at + silent == recorded.size()) return text + " to the end";
-  const auto resumed = std::find(played.begin(), played.end(), recorded[at + silent]);
-  if (resumed == played.end()) return text + ", then what was never played";
-  return text + ", then frame " + std::to_string(resumed - played.begin());
-}
-
-/// Follows the recording from frame `start` on through what was played.
-Comparison compare(const std::vector<float>& played, const std::vector<float>& recorded, std::size_t start) {
-  Comparison result;
-  const auto found = std::find(played.begin(), played.end(), recorded[start]);
-  if (found == played.end()) return result;
-  result.offset = static_cast<std::size_t>(found - played.begin());
-  const std::size_t length = std::min(played.size() - *result.offset, recorded.size() - start);
-  std::size_t& exact = result.exactFrames;
-  while (exact < length && played[*result.offset + exact] == recorded[start + exact]) ++exact;
-  if (exact < length) result.departure = describeDeparture(played, *result.offset + exact, recorded, start + exact);
-  return result;
 }
 
 class Continuity : public testing::TestWithParam<Origin> {};

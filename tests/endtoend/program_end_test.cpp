@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <csignal>
 #include <gtest/gtest.h>
 
@@ -19,25 +18,16 @@ constexpr const char* monitoredGraph = R"({
   }
 })";
 
-/// How many of the program's own nodes the server has; the driver's are not among them.
-std::ptrdiff_t programNodes(const PrivateServer& server) {
-  const ServerDump dump(server);
-  return std::ranges::count_if(dump.nodes(), [](const ServerDump::Node& node) {
-    const std::string name = node.property("node.name");
-    return name.starts_with("brindlemux.output") || name.starts_with("brindlemux.input") || name == "brindlemux.tap";
-  });
-}
-
 class ProgramEnd : public testing::TestWithParam<int> {};
 
 TEST_P(ProgramEnd, aSignalEndsItInOrderAndLeavesNothingBehind) {
   RoutingSession session(2, monitoredGraph);
   // The loop-back capture and the monitor's output.
-  ASSERT_TRUE(waitUntil([&] { return programNodes(session.server()) == 2; })) << session.report();
+  ASSERT_TRUE(waitUntil([&] { return session.programNodes().size() == 2; })) << session.report();
   session.program().signal(GetParam());
   EXPECT_EQ(session.program().wait(std::chrono::seconds(5)), 0) << session.report();
   EXPECT_EQ(session.program().error(), "");
-  EXPECT_EQ(programNodes(session.server()), 0);
+  EXPECT_TRUE(session.programNodes().empty());
   // The driver's device stays.
   EXPECT_TRUE(ServerDump(session.server()).node(RoutingSession::deviceUID).has_value());
 }
@@ -47,10 +37,21 @@ INSTANTIATE_TEST_SUITE_P(Signals, ProgramEnd, testing::Values(SIGTERM, SIGINT),
 
 TEST(KilledProgram, leavesNothingBehind) {
   RoutingSession session(2, monitoredGraph);
-  ASSERT_TRUE(waitUntil([&] { return programNodes(session.server()) == 2; })) << session.report();
+  ASSERT_TRUE(waitUntil([&] { return session.programNodes().size() == 2; })) << session.report();
   session.program().signal(SIGKILL);
   ASSERT_TRUE(session.program().wait(std::chrono::seconds(5)).has_value());
-  EXPECT_TRUE(waitUntil([&] { return programNodes(session.server()) == 0; })) << session.report();
+  EXPECT_TRUE(waitUntil([&] { return session.programNodes().empty(); })) << session.report();
+}
+
+TEST(ProgramStartedTwice, routesNothingTwice) {
+  RoutingSession session(2, monitoredGraph);
+  ASSERT_TRUE(waitUntil([&] { return session.programNodes().size() == 2; })) << session.report();
+  const auto before = session.programNodes();
+  const auto second = session.startAgain();
+  EXPECT_EQ(second->wait(std::chrono::seconds(20)), 0) << second->error();
+  EXPECT_EQ(second->error(), "");
+  EXPECT_EQ(session.programNodes(), before);
+  EXPECT_TRUE(session.program().running());
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "support/server_dump.h"
 #include "support/wait_until.h"
 #include "support/wav_file.h"
 
@@ -36,7 +37,7 @@ bool isLinked(const std::string& list, const std::string& output, const std::str
 
 }  // namespace
 
-RoutingSession::RoutingSession(int channels, const std::string& graphs) : server_(serverOptions()) {
+RoutingSession::RoutingSession(int channels, const std::string& graphs, Program program) : server_(serverOptions()) {
   const std::string uid = deviceUID;
   const std::string list =
       R"({"devices":[{"uid":")" + uid + R"(","name":"Test Device","channels":)" + std::to_string(channels) + "}]}";
@@ -51,14 +52,16 @@ RoutingSession::RoutingSession(int channels, const std::string& graphs) : server
   const auto data = file("programdata");
   std::filesystem::create_directories(data / "Brindlemux");
   std::ofstream(data / "Brindlemux" / "graphs.json") << graphs;
-  Command command{.arguments = {BRINDLEMUX_PROGRAM}, .environment = server_.environment()};
-  command.environment["XDG_DATA_HOME"] = data.string();
-  command.environment["QT_QPA_PLATFORM"] = "offscreen";
-  command.environment["QT_QUICK_BACKEND"] = "software";
-  program_ = std::make_unique<ChildProcess>(command);
+  command_ = {.arguments = {BRINDLEMUX_PROGRAM}, .environment = server_.environment()};
+  command_.environment["XDG_DATA_HOME"] = data.string();
+  command_.environment["QT_QPA_PLATFORM"] = "offscreen";
+  command_.environment["QT_QUICK_BACKEND"] = "software";
+  if (program == Program::runs) program_ = std::make_unique<ChildProcess>(command_);
 }
 
-RoutingSession::~RoutingSession() { program_->stop(SIGTERM); }
+RoutingSession::~RoutingSession() {
+  if (program_) program_->stop(SIGTERM);
+}
 
 std::filesystem::path RoutingSession::writeStereo(const std::string& name, std::vector<float> left,
                                                   std::vector<float> right) const {
@@ -99,8 +102,25 @@ bool RoutingSession::waitUntilLinked(const std::string& output, const std::strin
   return waitUntil([&] { return isLinked(server_.run({"pw-link", "-l"}).output, output, input); }, deadline);
 }
 
+std::map<std::int64_t, std::string> RoutingSession::programNodes() const {
+  std::map<std::int64_t, std::string> nodes;
+  const ServerDump dump(server_);
+  for (const ServerDump::Node& node : dump.nodes()) {
+    const std::string name = node.property("node.name");
+    const bool isOurs =
+        name.starts_with("brindlemux.output") || name.starts_with("brindlemux.input") || name == "brindlemux.tap";
+    if (isOurs) nodes.emplace(node.serial, name);
+  }
+  return nodes;
+}
+
+std::filesystem::path RoutingSession::programPath(const std::string& name) const {
+  const RunResult found = server_.run({"which", name});
+  return found.output.substr(0, found.output.find('\n'));
+}
+
 std::string RoutingSession::report() const {
-  return "the program: " + program_->error() + "\nthe servers: " + server_.logs();
+  return "the program: " + (program_ ? program_->error() : "absent") + "\nthe servers: " + server_.logs();
 }
 
 }  // namespace brindlemux::test

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <span>
 #include <string>
@@ -20,13 +22,18 @@ class RoutingSession {
  public:
   static constexpr const char* deviceUID = "BrindlemuxAudio_UID_5D9F2C1E-0B6A-4C38-9E47-1A2B3C4D5E6F";
 
+  /// Whether the program is started at once; a test may also play its part itself.
+  enum class Program { runs, absent };
+
   /// Publishes a device of that many channels, writes `graphs` as the text of the graphs file, and starts the program.
   /// Returns when the device can be used. Throws std::runtime_error when it cannot.
-  RoutingSession(int channels, const std::string& graphs);
+  RoutingSession(int channels, const std::string& graphs, Program program = Program::runs);
   ~RoutingSession();
 
   PrivateServer& server() noexcept { return server_; }
   ChildProcess& program() noexcept { return *program_; }
+  /// Starts the program once more, beside the one that runs.
+  std::unique_ptr<ChildProcess> startAgain() const { return std::make_unique<ChildProcess>(command_); }
 
   /// A file of the session's own.
   std::filesystem::path file(const std::string& name) const { return server_.folder() / name; }
@@ -48,11 +55,19 @@ class RoutingSession {
   bool waitUntilLinked(const std::string& output, const std::string& input,
                        std::chrono::milliseconds deadline = std::chrono::seconds(10)) const;
 
+  /// The program's own nodes, by their serial numbers, which the server never uses twice; the driver's are not among
+  /// them.
+  std::map<std::int64_t, std::string> programNodes() const;
+
+  /// Where a program is that is found through PATH.
+  std::filesystem::path programPath(const std::string& name) const;
+
   /// What has gone wrong, for a failure's message: the program's standard error and the servers' logs.
   std::string report() const;
 
  private:
   PrivateServer server_;
+  Command command_;
   std::unique_ptr<ChildProcess> program_;
 };
 

@@ -15,8 +15,7 @@ std::optional<std::string> optionalOf(const QString& text) {
 }  // namespace
 
 AppState::AppState(const AppServices& services, QObject* parent)
-    : QObject(parent), services_(services), driver_(services.engine.hardware) {
-  graphs_ = services_.graphStore.load();
+    : QObject(parent), services_(services), driver_(services.engine.hardware), graphs_(services.graphStore) {
   reload();
   refreshTimer_ = services_.scheduler.every(refreshInterval, [this] { refreshEnvironment(); });
   meterTimer_ = services_.scheduler.every(meterInterval, [this] { refreshMeters(); });
@@ -37,11 +36,6 @@ std::set<std::string> AppState::virtualDeviceUIDs() const {
   return uids;
 }
 
-DeviceGraph AppState::graph(const std::string& uid) const {
-  const auto known = graphs_.find(uid);
-  return known != graphs_.end() ? known->second : DeviceGraph(uid);
-}
-
 const VirtualDeviceConfig* AppState::findDevice(const std::string& uid) const {
   const auto found = std::ranges::find(virtualDevices_, uid, &VirtualDeviceConfig::uid);
   return found != virtualDevices_.end() ? &*found : nullptr;
@@ -60,7 +54,7 @@ void AppState::reload() {
   // Observers of a published field may call back and replace the list that is walked, here and below: walk a copy.
   const std::vector<VirtualDeviceConfig> devices = virtualDevices_;
   for (const VirtualDeviceConfig& device : devices) {
-    if (graphs_.try_emplace(device.uid, DeviceGraph(device.uid)).second) Q_EMIT graphsChanged();
+    if (!graphs_.contains(device.uid)) setGraph(device.uid, DeviceGraph(device.uid));
   }
   refreshEnvironment();
 }
@@ -168,6 +162,8 @@ void AppState::shutdown() {
   delayedRefreshes_.clear();
   for (const auto& [uid, engine] : engines_) engine->stopAll();
   engines_.clear();
+  // Last, since a slow disk shall not keep the sound running.
+  graphs_.waitUntilSaved();
 }
 
 void AppState::dismissError() {
@@ -187,7 +183,7 @@ void AppState::setSelectedDeviceUID(std::optional<std::string> uid) {
 }
 
 void AppState::setGraph(const std::string& uid, DeviceGraph graph) {
-  graphs_.insert_or_assign(uid, std::move(graph));
+  graphs_.set(uid, std::move(graph));
   Q_EMIT graphsChanged();
 }
 

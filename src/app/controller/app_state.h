@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "app/controller/app_services.h"
+#include "app/controller/graph_table.h"
 #include "app/controller/virtual_device_list_model.h"
 #include "engine/device_engine.h"
 #include "engine/meter_snapshot.h"
@@ -80,9 +81,9 @@ class AppState : public QObject {
   void setSelectedDeviceUID(std::optional<std::string> uid);
 
   /// Every known graph, also of devices that do not exist at present.
-  const DeviceGraphs& graphs() const noexcept { return graphs_; }
+  const DeviceGraphs& graphs() const noexcept { return graphs_.all(); }
   /// The graph of a device, the default one when it has none.
-  DeviceGraph graph(const std::string& uid) const;
+  DeviceGraph graph(const std::string& uid) const { return graphs_.graph(uid); }
   const std::vector<AudioProcessInfo>& processes() const noexcept { return processes_; }
   const std::vector<AudioDeviceInfo>& audioDevices() const noexcept { return audioDevices_; }
 
@@ -126,8 +127,8 @@ class AppState : public QObject {
   Q_INVOKABLE void setChannels(const QString& uid, int channels);
 
   /// Edits the graph of a device, known or not, and brings the device's engine in line: what it runs starts anew when
-  /// the edit is structural, and plays on otherwise (`isStructuralChange`). Saves once per call; a save that fails is
-  /// told to the log alone.
+  /// the edit is structural, and plays on otherwise (`isStructuralChange`). Saves once per call, without waiting for
+  /// the disk; a save that fails is told to the log alone.
   ///
   /// `mutation` may change every field; it neither throws nor calls back into the controller.
   void updateGraph(const std::string& uid, Persist persist, const std::function<void(DeviceGraph&)>& mutation);
@@ -135,7 +136,10 @@ class AppState : public QObject {
   /// An identifier for a node that is added to a graph.
   UUID newNodeID() { return services_.engine.uuids.next(); }
 
-  /// Stops every timer and every engine, for good. Idempotent.
+  /// Returns when every save until now is in the graphs file, or has failed.
+  void waitUntilSaved() { graphs_.waitUntilSaved(); }
+
+  /// Stops every timer and every engine, for good, and waits until everything is saved. Idempotent.
   void shutdown();
 
  Q_SIGNALS:
@@ -186,7 +190,7 @@ class AppState : public QObject {
   std::vector<VirtualDeviceConfig> virtualDevices_;
   VirtualDeviceListModel virtualDeviceModel_;
   std::optional<std::string> selectedDeviceUID_;
-  DeviceGraphs graphs_;
+  GraphTable graphs_;
   std::vector<AudioProcessInfo> processes_;
   std::vector<AudioDeviceInfo> audioDevices_;
   std::optional<std::string> errorMessage_;

@@ -24,7 +24,7 @@ void AppState::createVirtualDevice() {
   devices.push_back(created);
   if (!writeDevices(devices, "Failed to create virtual device")) return;
   setGraph(created.uid, DeviceGraph(created.uid));
-  services_.graphStore.save(graphs_);
+  graphs_.save();
   reload();
   setSelectedDeviceUID(created.uid);
 }
@@ -37,7 +37,7 @@ void AppState::deleteVirtualDevice(const QString& uidText) {
   discardEngine(uid);
   graphs_.erase(uid);
   Q_EMIT graphsChanged();
-  services_.graphStore.save(graphs_);
+  graphs_.save();
   reload();
 }
 
@@ -66,7 +66,7 @@ void AppState::setChannels(const QString& uidText, int channels) {
   std::erase_if(narrowed.wires, isGone);
   std::erase_if(narrowed.monitorWires, isGone);
   setGraph(uid, std::move(narrowed));
-  services_.graphStore.save(graphs_);
+  graphs_.save();
   reload();
   refreshLater();
 }
@@ -94,7 +94,7 @@ void AppState::updateGraph(const std::string& uid, Persist persist, const std::f
   DeviceGraph edited = previous;
   mutation(edited);
   setGraph(deviceUID, edited);
-  if (persist == Persist::yes) services_.graphStore.save(graphs_);
+  if (persist == Persist::yes) graphs_.save();
 
   // Looked up after the announcement above, whose observers may have removed either.
   const auto engine = engines_.find(deviceUID);

@@ -3,6 +3,7 @@
 #include <QEvent>
 #include <QGuiApplication>
 
+#include "app/shell/show_window.h"
 #include "app/tray/desktop_notification.h"
 
 namespace brindlemux {
@@ -35,7 +36,7 @@ QQuickWindow* BrindlemuxApp::window() const {
 
 bool BrindlemuxApp::openWindow() {
   if (window() != nullptr) {
-    window_->raise();
+    showWindow(*window());
   } else {
     window_ = std::make_unique<MainWindow>(state_, defaults_);
     if (window_->window() == nullptr) return false;

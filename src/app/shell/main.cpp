@@ -2,11 +2,13 @@
 #include <QGuiApplication>
 #include <QIcon>
 #include <cstdlib>
+#include <sysexits.h>
 
 #include "app/controller/app_state.h"
 #include "app/controller/qt_scheduler.h"
 #include "app/shell/brindlemux_app.h"
 #include "app/shell/main_window.h"
+#include "app/shell/single_instance.h"
 #include "app/shell/termination_signals.h"
 #include "app/shell/user_defaults.h"
 #include "model/clock.h"
@@ -38,6 +40,16 @@ int main(int argc, char* argv[]) {
   RandomUUIDSource uuids;
   UserFileLocations locations;
   GraphStore graphStore(locations, clock, log);
+  SingleInstance instance(graphStore.fileURL(), log);
+  switch (instance.claim()) {
+    case SingleInstance::Standing::alone:
+      break;
+    case SingleInstance::Standing::handedOver:
+      return EXIT_SUCCESS;
+    case SingleInstance::Standing::unreachable:
+      log.write("Brindlemux: it is running already, and its window cannot be reached");
+      return EX_UNAVAILABLE;
+  }
   QtScheduler scheduler;
   PipeWireAudioHardware hardware;
   Discovery discovery(hardware, hardware.runningApplications());
@@ -55,5 +67,6 @@ int main(int argc, char* argv[]) {
     state.shutdown();
     return EXIT_FAILURE;
   }
+  QObject::connect(&instance, &SingleInstance::windowWanted, &app, &BrindlemuxApp::openWindow);
   return QGuiApplication::exec();
 }

@@ -19,12 +19,4 @@ QQuickWindow* MainWindow::window() const {
   return engine_.rootObjects().isEmpty() ? nullptr : qobject_cast<QQuickWindow*>(engine_.rootObjects().constFirst());
 }
 
-void MainWindow::raise() {
-  // A minimized window comes back in the shape that it had.
-  window()->setWindowStates(window()->windowStates() & ~Qt::WindowMinimized);
-  window()->show();
-  window()->raise();
-  window()->requestActivate();
-}
-
 }  // namespace brindlemux

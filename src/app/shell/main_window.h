@@ -2,7 +2,6 @@
 
 #include <QQmlApplicationEngine>
 #include <QQuickWindow>
-#include <functional>
 
 #include "app/controller/app_state.h"
 #include "app/shell/user_defaults.h"
@@ -22,9 +21,6 @@ class MainWindow {
 
   /// The window, or none when it could not be made; the reason is then on standard error.
   QQuickWindow* window() const;
-
-  /// Before everything else on the screen, and with the keyboard.
-  void raise();
 
  private:
   QQmlApplicationEngine engine_;

@@ -1,0 +1,504 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <set>
+
+#include "app/controller/app_state.h"
+#include "app/signal_log.h"
+#include "app/simulated_program.h"
+#include "support/graph_equality.h"
+
+namespace brindlemux {
+namespace {
+
+using namespace std::chrono_literals;
+using test::device;
+using test::SignalLog;
+using test::SimulatedProgram;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Key;
+using testing::MatchesRegex;
+using testing::SizeIs;
+
+const std::string uidA = device("A").uid;
+const std::string uidB = device("B").uid;
+const UUID source = CountingUUIDSource::identifier(100);
+const UUID monitor = CountingUUIDSource::identifier(200);
+
+QString text(const std::string& string) { return QString::fromStdString(string); }
+
+/// Everything that a refused or ignored command must leave as it is.
+struct Everything {
+  explicit Everything(SimulatedProgram& program)
+      : devices(program.state->virtualDevices()),
+        graphs(program.state->graphs()),
+        selected(program.state->selectedDeviceUID()),
+        file(program.graphsFile()),
+        resources(program.hardware.liveResources()),
+        engines(AppStateProbe::engineCount(*program.state)),
+        tick(program.state->engineStateTick()) {}
+
+  std::vector<VirtualDeviceConfig> devices;
+  DeviceGraphs graphs;
+  std::optional<std::string> selected;
+  std::string file;
+  std::vector<std::string> resources;
+  std::size_t engines;
+  std::int64_t tick;
+
+  friend bool operator==(const Everything&, const Everything&) = default;
+};
+
+/// A program whose driver has these devices, started; the journal and the signals begin after that.
+struct Started : SimulatedProgram {
+  explicit Started(const std::vector<VirtualDeviceConfig>& devices = {}) {
+    hardware.installDriver(devices);
+    start();
+    hardware.journal().take();
+    signals.emplace(*state);
+  }
+
+  /// Wires a source's first channel to every output and every output to a monitor's first channel, with a gain for
+  /// each output.
+  void wireEveryOutput(const std::string& uid, int channels) {
+    state->updateGraph(uid, AppState::Persist::yes, [channels](DeviceGraph& graph) {
+      graph.sources.push_back({.id = source, .kind = MicSource{"mic", "Mic"}, .channelGains = {0.25F, 0.75F}});
+      graph.monitors.push_back({.id = monitor, .deviceUID = "speakers", .name = "Speakers"});
+      for (int output = channels; output-- > 0;) {
+        graph.wires.push_back({source, 0, output});
+        graph.monitorWires.push_back({output, monitor, 0});
+        graph.outputGains.push_back(0.5F + 0.01F * static_cast<float>(output));
+      }
+    });
+    hardware.journal().take();
+    signals->take();
+  }
+
+  std::optional<SignalLog> signals;
+};
+
+// Creating.
+
+TEST(CreateVirtualDevice, firstDeviceIsNumberedOneSavedAndSelected) {
+  Started program;
+  program.state->createVirtualDevice();
+  const std::string uid = "BrindlemuxAudio_UID_" + CountingUUIDSource::identifier(1).string();
+  EXPECT_THAT(program.state->virtualDevices(),
+              ElementsAre(VirtualDeviceConfig{.uid = uid, .name = "Brindlemux Device 1", .channels = 2}));
+  EXPECT_EQ(program.state->selectedDeviceUID(), uid);
+  EXPECT_EQ(program.state->errorMessage(), std::nullopt);
+  EXPECT_EQ(AppStateProbe::engineCount(*program.state), 1U);
+  ASSERT_THAT(program.savedGraphs(), ElementsAre(Key(uid)));
+  const DeviceGraph saved = program.savedGraphs().at(uid);
+  EXPECT_EQ(saved, DeviceGraph(uid));
+  EXPECT_TRUE(saved.enabled);
+  EXPECT_EQ(saved.latencyFrames, 256);
+  EXPECT_EQ(saved.masterGain, 1.0F);
+}
+
+TEST(CreateVirtualDevice, identifiersAreFreshUppercaseUUIDs) {
+  SimulatedProgram program;
+  program.hardware.installDriver();
+  RandomUUIDSource random;
+  AppState state({.engine = {program.hardware, program.discovery, program.clock, random},
+                  .graphStore = program.graphStore,
+                  .scheduler = program.scheduler});
+  std::set<std::string> uids;
+  for (int count = 0; count < 20; ++count) {
+    state.createVirtualDevice();
+    EXPECT_THAT(*state.selectedDeviceUID(),
+                MatchesRegex("BrindlemuxAudio_UID_"
+                             "[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}"));
+    uids.insert(*state.selectedDeviceUID());
+  }
+  EXPECT_THAT(uids, SizeIs(20));
+}
+
+TEST(CreateVirtualDevice, isAppendedAfterTheOthers) {
+  Started program({device("B", 8), device("A")});
+  program.state->createVirtualDevice();
+  ASSERT_THAT(program.state->virtualDevices(), SizeIs(3));
+  EXPECT_EQ(program.state->virtualDevices()[0], device("B", 8));
+  EXPECT_EQ(program.state->virtualDevices()[1], device("A"));
+  EXPECT_EQ(program.state->virtualDevices()[2].name, "Brindlemux Device 3");
+  EXPECT_EQ(program.driverWrites(), 1);
+}
+
+TEST(CreateVirtualDevice, numberIsThatOfTheListsEnd) {
+  Started program;
+  program.state->createVirtualDevice();
+  program.state->createVirtualDevice();
+  program.state->deleteVirtualDevice(text(program.state->virtualDevices()[0].uid));
+  program.state->createVirtualDevice();
+  ASSERT_THAT(program.state->virtualDevices(), SizeIs(2));
+  EXPECT_EQ(program.state->virtualDevices()[0].name, "Brindlemux Device 2");
+  EXPECT_EQ(program.state->virtualDevices()[1].name, "Brindlemux Device 2");
+  EXPECT_NE(program.state->virtualDevices()[0].uid, program.state->virtualDevices()[1].uid);
+}
+
+TEST(CreateVirtualDevice, savesBeforeItReadsTheListBack) {
+  Started program;
+  std::vector<std::string> fileAt;
+  QObject receiver;
+  const auto note = [&] { fileAt.push_back(program.graphsFile().empty() ? "unsaved" : "saved"); };
+  QObject::connect(program.state.get(), &AppState::graphsChanged, &receiver, note);
+  QObject::connect(program.state.get(), &AppState::driverInstalledChanged, &receiver, note);
+  program.state->createVirtualDevice();
+  EXPECT_THAT(fileAt, ElementsAre("unsaved", "saved"));
+  // The first device is selected by the reading back, the created one at the end: here they are the same.
+  EXPECT_THAT(program.signals->take(),
+              ElementsAre("graphs", "driverInstalled", "virtualDevices", "selectedDeviceUID", "processes",
+                          "audioDevices", "engineStateTick", "selectedDeviceUID"));
+}
+
+TEST(CreateVirtualDevice, savesTheDefaultGraphsOfOtherDevicesToo) {
+  Started program({device("A")});
+  EXPECT_EQ(program.graphsFile(), "");
+  program.state->createVirtualDevice();
+  EXPECT_EQ(program.savedGraphs(), program.state->graphs());
+  EXPECT_THAT(program.savedGraphs(), SizeIs(2));
+}
+
+TEST(CreateVirtualDevice, refusedWriteChangesNothing) {
+  Started program({device("A"), device("B")});
+  const Everything before(program);
+  program.refuseWrites();
+  program.state->createVirtualDevice();
+  EXPECT_EQ(program.state->errorMessage(), "Failed to create virtual device");
+  EXPECT_EQ(Everything(program), before);
+  EXPECT_THAT(program.signals->take(), ElementsAre("errorMessage"));
+}
+
+TEST(CreateVirtualDevice, refusalIsShownAgainEachTime) {
+  Started program({device("A")});
+  program.refuseWrites();
+  program.state->createVirtualDevice();
+  program.state->dismissError();
+  program.state->createVirtualDevice();
+  EXPECT_EQ(program.state->errorMessage(), "Failed to create virtual device");
+}
+
+TEST(CreateVirtualDevice, failsWithoutDriver) {
+  SimulatedProgram program;
+  program.start();
+  program.state->createVirtualDevice();
+  EXPECT_EQ(program.state->errorMessage(), "Failed to create virtual device");
+  EXPECT_THAT(program.state->graphs(), IsEmpty());
+}
+
+// Deleting.
+
+TEST(DeleteVirtualDevice, removesDeviceEngineAndGraph) {
+  Started program({device("A"), device("B"), device("C")});
+  program.wireEveryOutput(uidB, 2);
+  program.state->deleteVirtualDevice(text(uidB));
+  EXPECT_THAT(program.state->virtualDevices(), ElementsAre(device("A"), device("C")));
+  EXPECT_EQ(AppStateProbe::engineCount(*program.state), 2U);
+  EXPECT_FALSE(program.state->graphs().contains(uidB));
+  EXPECT_EQ(program.savedGraphs(), program.state->graphs());
+  EXPECT_THAT(program.hardware.liveResources(), testing::Not(testing::Contains(HasSubstr(uidB))));
+}
+
+TEST(DeleteVirtualDevice, happensInOrder) {
+  Started program({device("A"), device("B")});
+  program.state->updateGraph(uidA, AppState::Persist::yes, [](DeviceGraph&) {});
+  program.signals->take();
+  std::vector<std::string> seen;
+  QObject receiver;
+  const auto note = [&](const std::string& what) {
+    seen.push_back(what + (AppStateProbe::engine(*program.state, uidA) ? ", engine" : ", no engine") +
+                   (program.savedGraphs().contains(uidA) ? ", in file" : ", not in file"));
+  };
+  QObject::connect(program.state.get(), &AppState::graphsChanged, &receiver, [&] { note("graphs"); });
+  QObject::connect(program.state.get(), &AppState::driverInstalledChanged, &receiver, [&] { note("reload"); });
+  program.state->deleteVirtualDevice(text(uidA));
+  EXPECT_THAT(seen, ElementsAre("graphs, no engine, in file", "reload, no engine, not in file"));
+  EXPECT_THAT(program.signals->take(), ElementsAre("graphs", "driverInstalled", "virtualDevices", "selectedDeviceUID",
+                                                   "processes", "audioDevices", "engineStateTick"));
+}
+
+TEST(DeleteVirtualDevice, selectionMovesToFirstRemainingDevice) {
+  Started program({device("A"), device("B"), device("C")});
+  program.state->setSelectedDeviceUID(uidB);
+  program.state->deleteVirtualDevice(text(uidB));
+  EXPECT_EQ(program.state->selectedDeviceUID(), uidA);
+  program.state->deleteVirtualDevice(text(device("C").uid));
+  EXPECT_EQ(program.state->selectedDeviceUID(), uidA);
+  program.state->deleteVirtualDevice(text(uidA));
+  EXPECT_EQ(program.state->selectedDeviceUID(), std::nullopt);
+  EXPECT_THAT(program.state->virtualDevices(), IsEmpty());
+  EXPECT_THAT(program.savedGraphs(), IsEmpty());
+  EXPECT_EQ(program.state->errorMessage(), std::nullopt);
+}
+
+TEST(DeleteVirtualDevice, unknownDeviceIsWrittenTooAndLosesItsGraph) {
+  Started program({device("A")});
+  program.state->updateGraph(uidB, AppState::Persist::yes, [](DeviceGraph&) {});
+  program.hardware.journal().take();
+  program.state->deleteVirtualDevice(text(uidB));
+  EXPECT_EQ(program.driverWrites(), 1);
+  EXPECT_THAT(program.state->virtualDevices(), ElementsAre(device("A")));
+  EXPECT_THAT(program.savedGraphs(), ElementsAre(Key(uidA)));
+}
+
+TEST(DeleteVirtualDevice, identifierMayBePartOfTheListThatGoes) {
+  Started program({device("A"), device("B")});
+  program.state->deleteVirtualDevice(
+      program.state->virtualDeviceModel()
+          ->data(program.state->virtualDeviceModel()->index(0), VirtualDeviceListModel::uidRole)
+          .toString());
+  EXPECT_THAT(program.state->virtualDevices(), ElementsAre(device("B")));
+}
+
+TEST(DeleteVirtualDevice, refusedWriteChangesNothing) {
+  Started program({device("A"), device("B")});
+  program.wireEveryOutput(uidA, 2);
+  const Everything before(program);
+  program.refuseWrites();
+  program.state->deleteVirtualDevice(text(uidA));
+  EXPECT_EQ(program.state->errorMessage(), "Failed to delete virtual device");
+  EXPECT_EQ(Everything(program), before);
+  EXPECT_THAT(program.signals->take(), ElementsAre("errorMessage"));
+}
+
+// Renaming.
+
+TEST(RenameVirtualDevice, touchesTheNameAlone) {
+  Started program({device("A", 4), device("B")});
+  program.wireEveryOutput(uidA, 4);
+  const Everything before(program);
+  program.state->renameVirtualDevice(text(uidA), QStringLiteral("Stream"));
+  EXPECT_THAT(program.state->virtualDevices(),
+              ElementsAre(VirtualDeviceConfig{.uid = uidA, .name = "Stream", .channels = 4}, device("B")));
+  const Everything after(program);
+  EXPECT_EQ(after.graphs, before.graphs);
+  EXPECT_EQ(after.file, before.file);
+  EXPECT_EQ(after.resources, before.resources);
+  EXPECT_EQ(after.selected, before.selected);
+  EXPECT_EQ(program.driverWrites(), 1);
+  EXPECT_THAT(program.signals->take(),
+              ElementsAre("driverInstalled", "virtualDevices", "processes", "audioDevices", "engineStateTick"));
+}
+
+TEST(RenameVirtualDevice, whiteSpaceAroundTheNameIsDropped) {
+  Started program({device("A")});
+  program.state->renameVirtualDevice(text(uidA),
+                                     QStringLiteral(" \t\r\n\u00A0\u2003\u2028\u2029\u0085 My  Stream \u3000\n\v\f "));
+  EXPECT_EQ(program.state->virtualDevices()[0].name, "My  Stream");
+}
+
+TEST(RenameVirtualDevice, emptyNameIsIgnored) {
+  Started program({device("A")});
+  const Everything before(program);
+  for (const QString& name : {QString(), QStringLiteral("   "), QStringLiteral("\n\t \u2003")}) {
+    program.state->renameVirtualDevice(text(uidA), name);
+  }
+  EXPECT_EQ(Everything(program), before);
+  EXPECT_EQ(program.driverWrites(), 0);
+  EXPECT_THAT(program.signals->take(), IsEmpty());
+}
+
+TEST(RenameVirtualDevice, sameNameAndUnknownDeviceAreIgnored) {
+  Started program({device("A")});
+  program.state->renameVirtualDevice(text(uidA), QStringLiteral(" A\n"));
+  program.state->renameVirtualDevice(text(uidB), QStringLiteral("Stream"));
+  EXPECT_EQ(program.driverWrites(), 0);
+  EXPECT_THAT(program.signals->take(), IsEmpty());
+}
+
+TEST(RenameVirtualDevice, nameOfAnotherDeviceIsAllowed) {
+  Started program({device("A"), device("B")});
+  program.state->renameVirtualDevice(text(uidB), QStringLiteral("A"));
+  EXPECT_EQ(program.state->virtualDevices()[1].name, "A");
+}
+
+TEST(RenameVirtualDevice, refusedWriteChangesNothing) {
+  Started program({device("A")});
+  const Everything before(program);
+  program.refuseWrites();
+  program.state->renameVirtualDevice(text(uidA), QStringLiteral("Stream"));
+  EXPECT_EQ(program.state->errorMessage(), "Failed to rename device");
+  EXPECT_EQ(Everything(program), before);
+  EXPECT_THAT(program.signals->take(), ElementsAre("errorMessage"));
+}
+
+// Channel counts.
+
+TEST(SetChannels, countIsHeldWithinItsBounds) {
+  Started program({device("A", 4)});
+  for (const auto& [asked, stored] : {std::pair{1, 2},
+                                      {40, 16},
+                                      {-5, 2},
+                                      {8, 8},
+                                      {std::numeric_limits<int>::max(), 16},
+                                      {std::numeric_limits<int>::min(), 2}}) {
+    program.state->setChannels(text(uidA), asked);
+    EXPECT_EQ(program.state->virtualDevices()[0].channels, stored) << asked;
+  }
+}
+
+TEST(SetChannels, sameCountAndUnknownDeviceAreIgnored) {
+  Started program({device("A", 16), device("B", 2)});
+  const Everything before(program);
+  program.state->setChannels(text(uidA), 16);
+  // The bound that both are held to already.
+  program.state->setChannels(text(uidA), 18);
+  program.state->setChannels(text(uidB), 0);
+  program.state->setChannels(QStringLiteral("unknown"), 4);
+  EXPECT_EQ(program.driverWrites(), 0);
+  EXPECT_EQ(Everything(program), before);
+  EXPECT_THAT(program.signals->take(), IsEmpty());
+  program.advance(1999ms);
+  EXPECT_EQ(program.state->engineStateTick(), before.tick);
+}
+
+TEST(SetChannels, narrowingDropsTheWiresOfChannelsThatAreGone) {
+  Started program({device("A", 8)});
+  program.wireEveryOutput(uidA, 8);
+  const DeviceGraph before = program.state->graphs().at(uidA);
+  program.state->setChannels(text(uidA), 4);
+  const DeviceGraph after = program.state->graphs().at(uidA);
+  // In the order in which they stood: from the last output to the first.
+  EXPECT_THAT(after.wires, ElementsAre(SourceWire{source, 0, 3}, SourceWire{source, 0, 2}, SourceWire{source, 0, 1},
+                                       SourceWire{source, 0, 0}));
+  EXPECT_THAT(after.monitorWires, ElementsAre(MonitorWire{3, monitor, 0}, MonitorWire{2, monitor, 0},
+                                              MonitorWire{1, monitor, 0}, MonitorWire{0, monitor, 0}));
+  EXPECT_THAT(after.outputGains, SizeIs(8));
+  EXPECT_EQ(after.outputGains, before.outputGains);
+  EXPECT_EQ(after.sources, before.sources);
+  EXPECT_EQ(after.monitors, before.monitors);
+  EXPECT_EQ(program.savedGraphs().at(uidA), after);
+  EXPECT_EQ(program.state->virtualDevices()[0].channels, 4);
+}
+
+TEST(SetChannels, wideningRestoresNoWiresButTheGains) {
+  Started program({device("A", 8)});
+  program.wireEveryOutput(uidA, 8);
+  const std::vector<float> gains = program.state->graphs().at(uidA).outputGains;
+  program.state->setChannels(text(uidA), 4);
+  program.state->setChannels(text(uidA), 8);
+  EXPECT_THAT(program.state->graphs().at(uidA).wires, SizeIs(4));
+  EXPECT_THAT(program.state->graphs().at(uidA).monitorWires, SizeIs(4));
+  EXPECT_EQ(program.state->graphs().at(uidA).outputGains, gains);
+  EXPECT_EQ(program.savedGraphs().at(uidA), program.state->graphs().at(uidA));
+}
+
+TEST(SetChannels, engineIsStoppedBeforeTheGraphChangesAndMadeAnewAfterTheSave) {
+  Started program({device("A", 4)});
+  std::vector<std::string> seen;
+  QObject receiver;
+  const auto note = [&](const std::string& what) {
+    const DeviceEngine* engine = AppStateProbe::engine(*program.state, uidA);
+    seen.push_back(what + (engine ? ", engine" : ", no engine") +
+                   (program.graphsFile().empty() ? ", unsaved" : ", saved"));
+  };
+  QObject::connect(program.state.get(), &AppState::graphsChanged, &receiver, [&] { note("graphs"); });
+  QObject::connect(program.state.get(), &AppState::driverInstalledChanged, &receiver, [&] { note("reload"); });
+  QObject::connect(program.state.get(), &AppState::engineStateTickChanged, &receiver, [&] { note("tick"); });
+  program.state->setChannels(text(uidA), 6);
+  EXPECT_THAT(seen, ElementsAre("graphs, no engine, unsaved", "reload, no engine, saved", "tick, engine, saved"));
+  EXPECT_THAT(program.signals->take(), ElementsAre("graphs", "driverInstalled", "virtualDevices", "processes",
+                                                   "audioDevices", "engineStateTick"));
+}
+
+TEST(SetChannels, deviceWithoutGraphGetsTheDefaultOne) {
+  Started program({device("A", 4)});
+  program.state->setChannels(text(uidA), 2);
+  EXPECT_EQ(program.savedGraphs().at(uidA), DeviceGraph(uidA));
+}
+
+TEST(SetChannels, refreshesOnceMoreAfterThreeTenthsOfASecond) {
+  Started program({device("A", 4)});
+  program.advance(500ms);
+  program.state->setChannels(text(uidA), 6);
+  const auto tick = program.state->engineStateTick();
+  program.advance(299ms);
+  EXPECT_EQ(program.state->engineStateTick(), tick);
+  program.advance(1ms);
+  // The command's, and that of the devices that went and came, which was announced at the same moment.
+  EXPECT_EQ(program.state->engineStateTick(), tick + 2);
+}
+
+TEST(SetChannels, everyChangeHasItsOwnRefresh) {
+  SimulatedProgram program;
+  program.hardware.installDriver({device("A", 4)});
+  // Without the listener only the commands and the timer refresh.
+  program.hardware.journal().failEvery("addPropertyListener", kAudioHardwareUnspecifiedError);
+  AppState& state = program.start();
+  state.setChannels(text(uidA), 6);
+  program.advance(200ms);
+  state.setChannels(text(uidA), 8);
+  const auto tick = state.engineStateTick();
+  program.advance(99ms);
+  EXPECT_EQ(state.engineStateTick(), tick);
+  program.advance(1ms);
+  EXPECT_EQ(state.engineStateTick(), tick + 1);
+  program.advance(199ms);
+  EXPECT_EQ(state.engineStateTick(), tick + 1);
+  program.advance(1ms);
+  EXPECT_EQ(state.engineStateTick(), tick + 2);
+  program.advance(1499ms);
+  EXPECT_EQ(state.engineStateTick(), tick + 2);
+}
+
+TEST(SetChannels, noRefreshAfterShutdownOrDestruction) {
+  Started program({device("A", 4)});
+  program.state->setChannels(text(uidA), 6);
+  program.state->shutdown();
+  EXPECT_EQ(program.scheduler.scheduledCount(), 0U);
+  program.signals->take();
+  program.advance(10s);
+  EXPECT_THAT(program.signals->take(), IsEmpty());
+
+  Started other({device("A", 4)});
+  other.state->setChannels(text(uidA), 6);
+  other.state.reset();
+  other.advance(10s);
+  EXPECT_EQ(other.scheduler.scheduledCount(), 0U);
+}
+
+TEST(SetChannels, refusedWriteChangesNothing) {
+  Started program({device("A", 8)});
+  program.wireEveryOutput(uidA, 8);
+  const Everything before(program);
+  program.refuseWrites();
+  program.state->setChannels(text(uidA), 4);
+  EXPECT_EQ(program.state->errorMessage(), "Failed to change channel count");
+  EXPECT_EQ(Everything(program), before);
+  EXPECT_THAT(program.signals->take(), ElementsAre("errorMessage"));
+  program.advance(1999ms);
+  EXPECT_EQ(program.state->engineStateTick(), before.tick);
+}
+
+TEST(DeviceCommands, areReachedFromQml) {
+  Started program;
+  const auto invoke = [&](const char* method, auto... arguments) {
+    return QMetaObject::invokeMethod(program.state.get(), method, Qt::DirectConnection, arguments...);
+  };
+  EXPECT_TRUE(invoke("createVirtualDevice"));
+  const QString uid = text(*program.state->selectedDeviceUID());
+  EXPECT_TRUE(invoke("renameVirtualDevice", Q_ARG(QString, uid), Q_ARG(QString, QStringLiteral("Stream"))));
+  EXPECT_TRUE(invoke("setChannels", Q_ARG(QString, uid), Q_ARG(int, 4)));
+  EXPECT_THAT(program.state->virtualDevices(),
+              ElementsAre(VirtualDeviceConfig{.uid = uid.toStdString(), .name = "Stream", .channels = 4}));
+  EXPECT_TRUE(invoke("deleteVirtualDevice", Q_ARG(QString, uid)));
+  EXPECT_THAT(program.state->virtualDevices(), IsEmpty());
+}
+
+TEST(DeviceCommands, failedSaveDoesNotUndoTheWrite) {
+  Started program({device("A", 4)});
+  // A folder in the file's place: no save can succeed.
+  std::filesystem::create_directories(program.graphStore.fileURL());
+  program.state->createVirtualDevice();
+  program.state->setChannels(text(uidA), 2);
+  program.state->renameVirtualDevice(text(uidA), QStringLiteral("Stream"));
+  EXPECT_THAT(program.state->virtualDevices(), SizeIs(2));
+  EXPECT_EQ(program.state->virtualDevices()[0], (VirtualDeviceConfig{.uid = uidA, .name = "Stream", .channels = 2}));
+  program.state->deleteVirtualDevice(text(uidA));
+  EXPECT_THAT(program.state->virtualDevices(), SizeIs(1));
+  EXPECT_EQ(program.state->errorMessage(), std::nullopt);
+}
+
+}  // namespace
+}  // namespace brindlemux

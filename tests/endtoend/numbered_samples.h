@@ -1,0 +1,25 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace brindlemux::test {
+
+/// Samples that tell where they come from: every value of magnitude 0.25 to 0.75 that a float has there, in an order
+/// that does not repeat for 2^24 frames. All of them lie below the limiter's knee of 0.9.
+std::vector<float> numberedSamples(std::size_t frames, std::uint32_t seed);
+
+/// How a recording follows what was played.
+struct Comparison {
+  std::size_t exactFrames = 0;        ///< from the start of the comparison to the first departure
+  std::optional<std::size_t> offset;  ///< of the recording's start in what was played; nothing when it was not found
+  std::string departure;              ///< what stands at the first departure, for a failure's message
+};
+
+/// Follows the recording from frame `start` on through what was played.
+Comparison compare(const std::vector<float>& played, const std::vector<float>& recorded, std::size_t start);
+
+}  // namespace brindlemux::test
