@@ -63,7 +63,7 @@ pw-metadata -n com.brindlemux.driver 0 bxcf \
 QT_QPA_PLATFORM=offscreen QT_QUICK_BACKEND=software brindlemux </dev/null 2>/tmp/program.err &
 program=$!
 # The program captures the device: its node stands there once the window does.
-until pw-cli ls Node </dev/null | grep -q 'node.name = "brindlemux\.'; do
+until pw-cli ls Node </dev/null | grep -q 'node.name = "brindlemux\.input'; do
   kill -0 $program || fail "the program ended by itself"
   [ "$(date +%s)" -lt $deadline ] || fail "the program does not capture its device"
   sleep 0.2
