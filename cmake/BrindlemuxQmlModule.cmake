@@ -1,5 +1,5 @@
 # What every folder needs that Qt's tools look at. They are kept by folder, hence an include in each.
-find_package(Qt6 6.4 REQUIRED COMPONENTS Core Gui Qml Quick QuickControls2)
+find_package(Qt6 6.4 REQUIRED COMPONENTS Core DBus Gui Network Qml Quick QuickControls2)
 set(CMAKE_AUTOMOC ON)
 add_compile_definitions(QT_NO_KEYWORDS)
 

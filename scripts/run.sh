@@ -5,7 +5,8 @@
 # driver) it gets a private server and a demonstration: a player's tones, 440 Hz on the left at -12 dBFS and 660 Hz on
 # the right at -18 dBFS, go into the first output; the program taps the player, mixes it into a virtual device, and
 # plays that on the second output, where this script measures and prints the level of each channel once a second. The
-# private server shares nothing with the session's own. Where there is no display, an unseen one stands in.
+# private server shares nothing with the session's own. Where there is no display, an unseen one stands in, and what it
+# shows is saved as a picture once the demonstration plays.
 #
 # Ends with 0 when the program ended in order, otherwise with another status. Everything that it started is then gone.
 set -uo pipefail
@@ -76,7 +77,7 @@ await() {
 scripts/install-packages.sh || exit 1
 cmake --preset $preset >/dev/null || fail "cannot configure the build"
 # In the background, so that a stop does not wait for the build's end.
-ninja -C build/$preset brindlemux brindlemux_driver &
+ninja -C build/$preset brindlemux brindlemux_driver brindlemux-screenshot &
 started+=("$!")
 wait $! || [ -n "$stopping" ] || fail "cannot build"
 [ -z "$stopping" ] || exit 0
@@ -85,13 +86,18 @@ work=$(mktemp -d "${TMPDIR:-/tmp}/brindlemux.XXXXXX") || exit 1
 
 # ---- A display.
 
+# Where the picture of a display that nobody sees goes; empty where there is a display.
+picture=
+
 start_display() {
-  setsid Xvfb -displayfd 3 -screen 0 1600x1000x24 -nolisten tcp 3>"$work/display" </dev/null >"$work/display.log" 2>&1 &
+  setsid Xvfb -displayfd 3 -screen 0 1440x900x24 -nolisten tcp 3>"$work/display" </dev/null >"$work/display.log" 2>&1 &
   started+=("$!")
   await "the display" $! test -s "$work/display"
   DISPLAY=:$(cat "$work/display")
   # It has no graphics processor.
   export DISPLAY QT_QUICK_BACKEND=software
+  picture=$PWD/build/$preset/brindlemux.png
+  rm -f "$picture"
   say "there is no display; an unseen one is $DISPLAY"
 }
 
@@ -122,6 +128,12 @@ make_device() {
   pw-metadata -n com.brindlemux.driver 0 bxcf \
     "{\"devices\":[{\"uid\":\"$device\",\"name\":\"Demo Device\",\"channels\":2}]}" Spa:String:JSON \
     </dev/null >/dev/null || fail "the driver took no device"
+}
+
+# The first-run pages would stand before what is demonstrated.
+write_defaults() {
+  mkdir -p "$XDG_CONFIG_HOME/Brindlemux" || exit 1
+  printf '[General]\nonboarding.seen=true\n' >"$XDG_CONFIG_HOME/Brindlemux/Brindlemux.conf"
 }
 
 # The player to the device and the device to the second output, channel by channel.
@@ -174,6 +186,7 @@ start_demonstration() {
     fail "cannot make the tones"
   make_device
   write_graph
+  write_defaults
   play &
   started+=("$!")
 }
@@ -208,14 +221,25 @@ say "the program runs${seconds:+ for $seconds seconds}; Ctrl-C or closing its wi
 [ -z "$server" ] || start_measurement
 ending=$((SECONDS + ${seconds:-0}))
 
+take_picture() {
+  if build/$preset/bin/brindlemux-screenshot "$picture"; then say "the window is saved as $picture"; fi
+  picture=
+}
+
+# By then the program has found the player and its meters move.
+pictureTime=$((SECONDS + 5))
+
 while [ -z "$stopping" ] && is_running $program; do
   [ -z "$seconds" ] || [ $SECONDS -lt $ending ] || break
   if [ -n "$server" ] && ! is_running "$server"; then
     cat "$work/server.err" >&2
     fail "the private audio server ended"
   fi
+  if [ -n "$picture" ] && [ $SECONDS -ge $pictureTime ]; then take_picture; fi
   sleep 0.2
 done
+# A short run is seen at its end.
+if [ -n "$picture" ] && is_running $program; then take_picture; fi
 # A program that does not end in order when asked is ended by force, and its status shows it.
 end_process $program
 status=$?

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+#include <cstdint>
 #include <memory>
 
 #include "engine/audio_normalizer.h"
@@ -21,11 +23,19 @@ class CapturePath {
 
   /// The I/O block's body. Takes the ring's lock.
   void take(AudioBufferList input) noexcept {
+    if (!input.empty() && input.front().channels > 0) {
+      const std::int64_t bytesPerFrame = std::int64_t{sizeof(float)} * input.front().channels;
+      blockFrames_.store(input.front().byteSize / bytesPerFrame, std::memory_order_relaxed);
+    }
     if (buffer_.fill(input) == 0) return;
     normalizer_.process(buffer_.captured(), buffer_.format().sampleRateHz, *ring_);
   }
 
+  /// The length of the last cycle in frames of the device's rate, 0 before the first. Threads: any.
+  std::int64_t blockFrames() const noexcept { return blockFrames_.load(std::memory_order_relaxed); }
+
  private:
+  std::atomic<std::int64_t> blockFrames_ = 0;
   CaptureBuffer buffer_;
   AudioNormalizer normalizer_;
   const std::shared_ptr<SourceRing> ring_;

@@ -20,8 +20,8 @@ DeviceEngine::DeviceEngine(std::string deviceUID, DeviceGraph graph, const Engin
 
 DeviceEngine::~DeviceEngine() { stopAll(); }
 
-std::int64_t DeviceEngine::bufferFrames() const noexcept {
-  return std::clamp(graph_.latencyFrames, minimumBufferFrames, maximumBufferFrames);
+std::int64_t DeviceEngine::clampedBufferFrames(std::int64_t latencyFrames) noexcept {
+  return std::clamp(latencyFrames, minimumBufferFrames, maximumBufferFrames);
 }
 
 void DeviceEngine::reconcile(std::int64_t deviceChannels, std::span<const AudioProcessInfo> processes,
@@ -137,6 +137,12 @@ bool DeviceEngine::isPlaying(const UUID& monitor) const { return monitorOutputs_
 MeterSnapshot DeviceEngine::meterSnapshot() {
   SourceRing* loopback = deviceInputCapture_ == nullptr ? nullptr : deviceInputCapture_->ring().get();
   return meter_.snapshot(runningRings(), *bus_, loopback);
+}
+
+std::optional<std::int64_t> DeviceEngine::blockFrames() const noexcept {
+  std::int64_t frames = virtualOutput_ != nullptr ? virtualOutput_->blockFrames() : 0;
+  if (frames == 0 && deviceInputCapture_ != nullptr) frames = deviceInputCapture_->blockFrames();
+  return frames > 0 ? std::optional(frames) : std::nullopt;
 }
 
 }  // namespace brindlemux

@@ -48,6 +48,12 @@ class DeviceEngine {
 
   MeterSnapshot meterSnapshot();
 
+  /// The I/O block size that the device runs at, in frames of its own rate, as of its last block. The audio server may
+  /// grant another one than asked for. Nothing before the first block, and while nothing runs.
+  std::optional<std::int64_t> blockFrames() const noexcept;
+
+  /// The I/O block size that is asked for where a graph says `latencyFrames`.
+  static std::int64_t clampedBufferFrames(std::int64_t latencyFrames) noexcept;
   /// Whether the source's capture runs, or the monitor's output does; false for a node that is not in the graph.
   bool isCapturing(const UUID& source) const;
   bool isPlaying(const UUID& monitor) const;
@@ -70,7 +76,7 @@ class DeviceEngine {
   void reconcileMonitor(const MonitorNodeConfig& monitor, std::span<const AudioDeviceInfo> audioDevices);
   void rebuildPlans();
   MixBus::Rings runningRings() const;
-  std::int64_t bufferFrames() const noexcept;
+  std::int64_t bufferFrames() const noexcept { return clampedBufferFrames(graph_.latencyFrames); }
 
   const std::string deviceUID_;
   const EngineServices services_;

@@ -22,6 +22,8 @@ struct InputEngine::State {
   AudioHardware& hardware;
   const AudioObjectID device;
   std::shared_ptr<SourceRing> ring;
+  /// Shared with the block alone: a server that refuses to stop it finds a way into a ring that nobody reads.
+  std::shared_ptr<CapturePath> path;
   AudioDeviceIOProcID ioProc = 0;
   bool stopped = false;
 
@@ -37,10 +39,9 @@ void InputEngine::State::start(const Discovery& discovery, std::int64_t bufferFr
   hardware.setPropertyData(device, bufferSizeAddress, static_cast<std::uint32_t>(bufferFrames));
   const auto format = standardFloatFormat(sampleRateHz, ring->channels());
   if (!format) throw AudioRouterError("Failed to prepare input buffer");
-  // Shared with the block alone: a server that refuses to stop it finds a way into a ring that nobody reads.
-  const auto path = std::make_shared<CapturePath>(*format, ring);
+  path = std::make_shared<CapturePath>(*format, ring);
   check(hardware.createIOProc(
-            device, queueLabel, [path](AudioBufferList input) { path->take(input); }, ioProc),
+            device, queueLabel, [path = path](AudioBufferList input) { path->take(input); }, ioProc),
         "Creating input IOProc");
   const OSStatus status = hardware.startDevice(device, ioProc);
   if (status == noErr) return;
@@ -57,6 +58,8 @@ InputEngine::InputEngine(const EngineServices& services, AudioObjectID device, s
 InputEngine::~InputEngine() { stop(); }
 
 const std::shared_ptr<SourceRing>& InputEngine::ring() const noexcept { return state_->ring; }
+
+std::int64_t InputEngine::blockFrames() const noexcept { return state_->path->blockFrames(); }
 
 void InputEngine::stop() {
   if (state_->stopped) return;

@@ -22,6 +22,9 @@ class InputEngine {
   /// Shared, since mix plans may outlive the capture.
   const std::shared_ptr<SourceRing>& ring() const noexcept;
 
+  /// How many frames of the device's rate its last callback brought; 0 before the first. Threads: any.
+  std::int64_t blockFrames() const noexcept;
+
   /// Stops capturing; no callback runs once it returns. Idempotent. Threads: the main thread.
   void stop();
 

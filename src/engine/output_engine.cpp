@@ -94,6 +94,7 @@ struct OutputEngine::State final : ConverterSource {
   RenderFunction render;
   PlanarBuffer scratch;
   std::atomic<bool> stopped = false;
+  std::atomic<std::int64_t> blockFrames = 0;
 
   std::unique_ptr<SampleRateConverter> converter;
   PlanarBuffer converterInput;
@@ -178,6 +179,7 @@ OSStatus OutputEngine::State::performRender(AudioBufferList output, std::uint32_
   const std::int64_t heldFrames = target.byteSize / (std::int64_t{sizeof(float)} * channels);
   const std::int64_t frames = std::min({std::int64_t{frameCount}, maxFrames, heldFrames});
   if (frames < 1) return noErr;
+  blockFrames.store(frameCount, std::memory_order_relaxed);
   if (converter != nullptr) {
     renderConverted(target.data, frames);
     return noErr;
@@ -253,6 +255,8 @@ OutputEngine::OutputEngine(const EngineServices& services, AudioObjectID device,
 OutputEngine::~OutputEngine() { stop(); }
 
 std::int64_t OutputEngine::channels() const noexcept { return state_->channels; }
+
+std::int64_t OutputEngine::blockFrames() const noexcept { return state_->blockFrames.load(std::memory_order_relaxed); }
 
 void OutputEngine::stop() { state_->stop(); }
 

@@ -29,6 +29,9 @@ class OutputEngine {
 
   std::int64_t channels() const noexcept;
 
+  /// How many frames of the device's rate its last callback asked for; 0 before the first. Threads: any.
+  std::int64_t blockFrames() const noexcept;
+
   /// Stops and disposes the unit; no callback runs once it returns. Idempotent. Threads: the main thread.
   void stop();
 

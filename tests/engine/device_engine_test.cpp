@@ -229,6 +229,27 @@ TEST_F(DeviceEngineTest, changeOfLatencyAloneRebuildsNothing) {
 
 // The virtual output and the loop-back.
 
+TEST_F(DeviceEngineTest, blockSizeIsTheOneThatTheServerRunsTheDeviceAt) {
+  addMic(1);
+  graph.latencyFrames = 128;
+  reconcile();
+  EXPECT_EQ(engine.blockFrames(), std::nullopt);
+  hardware.advance(1024);
+  EXPECT_EQ(engine.blockFrames(), 128);
+  hardware.device(virtualDevice).bufferFrames = 480;
+  hardware.advance(1024);
+  EXPECT_EQ(engine.blockFrames(), 480);
+  engine.stopAll();
+  EXPECT_EQ(engine.blockFrames(), std::nullopt);
+}
+
+TEST_F(DeviceEngineTest, blockSizeOfADeviceThatNothingIsPlayedIntoIsThatOfItsInput) {
+  graph.latencyFrames = 64;
+  reconcile();
+  hardware.advance(512);
+  EXPECT_EQ(engine.blockFrames(), 64);
+}
+
 TEST_F(DeviceEngineTest, graphWithoutWiresHasNoVirtualOutput) {
   const UUID mic = addMic(1);
   graph.wires.clear();

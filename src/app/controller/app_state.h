@@ -95,6 +95,8 @@ class AppState : public QObject {
   bool driverInstalled() const noexcept { return driverInstalled_; }
   /// The latest snapshot of every device that has an engine.
   const std::map<std::string, MeterSnapshot>& meters() const noexcept { return meters_; }
+  /// The I/O block size that a device runs at, see DeviceEngine; nothing for a device without an engine.
+  std::optional<std::int64_t> blockFrames(const std::string& uid) const;
   /// Whether the device's engine captures that source, or plays on that monitor. Changes with `engineStateTick`.
   bool isSourceActive(const std::string& uid, const UUID& source) const;
   bool isMonitorActive(const std::string& uid, const UUID& monitor) const;

@@ -18,19 +18,23 @@ Item {
         Icon {
             anchors.horizontalCenter: parent.horizontalCenter
             name: "exclamationmark.triangle.fill"
-            size: 44
+            size: Theme.largeTitleSize
             color: Theme.selection
         }
 
         Text {
             anchors.horizontalCenter: parent.horizontalCenter
+            objectName: "driverMissing.title"
             text: "Driver Not Installed"
             color: Theme.textPrimary
-            font.pixelSize: Theme.titleSize
+            font.pixelSize: Theme.title3Size
             font.weight: Font.Bold
+            Accessible.role: Accessible.Heading
+            Accessible.name: text
         }
 
         TextEdit {
+            objectName: "driverMissing.command"
             anchors.horizontalCenter: parent.horizontalCenter
             readOnly: true
             selectByMouse: true
@@ -39,7 +43,7 @@ Item {
             selectionColor: Theme.accent
             selectedTextColor: Theme.baseDeep
             font.family: Theme.monospaceFamily
-            font.pixelSize: Theme.bodySize
+            font.pixelSize: Theme.calloutSize
             Accessible.role: Accessible.StaticText
             Accessible.name: text
         }

@@ -3,14 +3,15 @@ pragma ComponentBehavior: Bound
 import QtQuick
 import QtQuick.Window
 import Brindlemux.Controller
-import Brindlemux.Editor
+import Brindlemux.Shell
 import Brindlemux.Theme
 
-/// The program's window: the devices beside what there is to say about the selected one, and the line of trouble below.
+/// The program's window.
 Window {
     id: root
 
     required property AppState appState
+    required property UserDefaults defaults
 
     width: 1440
     height: 900
@@ -19,60 +20,13 @@ Window {
     visible: true
     title: "Brindlemux"
     color: Theme.base
+    onClosing: content.showOnboarding = false
 
-    SidebarPanel {
-        id: sidebar
+    ContentView {
+        id: content
 
+        anchors.fill: parent
         appState: root.appState
-        anchors.left: parent.left
-        anchors.top: parent.top
-        anchors.bottom: errorBar.top
-        width: 248
-    }
-
-    Rectangle {
-        id: divider
-
-        anchors.left: sidebar.right
-        anchors.top: parent.top
-        anchors.bottom: errorBar.top
-        width: 1
-        color: Theme.border
-    }
-
-    Item {
-        anchors.left: divider.right
-        anchors.right: parent.right
-        anchors.top: parent.top
-        anchors.bottom: errorBar.top
-
-        DriverMissing {
-            anchors.fill: parent
-            visible: !root.appState.driverInstalled
-            onCheckAgain: root.appState.reload()
-        }
-
-        SelectedDeviceView {
-            id: selected
-
-            anchors.fill: parent
-            visible: root.appState.driverInstalled && hasDevice
-            appState: root.appState
-        }
-
-        NoDeviceSelected {
-            anchors.fill: parent
-            visible: root.appState.driverInstalled && !selected.hasDevice
-        }
-    }
-
-    ErrorBar {
-        id: errorBar
-
-        anchors.left: parent.left
-        anchors.right: parent.right
-        anchors.bottom: parent.bottom
-        message: root.appState.errorMessage
-        onDismissed: root.appState.dismissError()
+        defaults: root.defaults
     }
 }

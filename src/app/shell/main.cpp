@@ -1,13 +1,16 @@
+#include <QDBusConnection>
 #include <QGuiApplication>
+#include <QIcon>
 #include <cstdlib>
 #include <sysexits.h>
 
 #include "app/controller/app_state.h"
 #include "app/controller/qt_scheduler.h"
+#include "app/shell/brindlemux_app.h"
 #include "app/shell/main_window.h"
-#include "app/shell/show_window.h"
 #include "app/shell/single_instance.h"
 #include "app/shell/termination_signals.h"
+#include "app/shell/user_defaults.h"
 #include "model/clock.h"
 #include "model/file_locations.h"
 #include "model/graph_store.h"
@@ -25,10 +28,11 @@ int main(int argc, char* argv[]) {
   QCoreApplication::setOrganizationName(QStringLiteral("Brindlemux"));
   QCoreApplication::setApplicationName(QStringLiteral("Brindlemux"));
   QGuiApplication::setDesktopFileName(QStringLiteral("com.brindlemux.Brindlemux"));
+  // X11 has no application identifier; there the window's class tells which desktop entry it belongs to.
+  qputenv("RESOURCE_NAME", "com.brindlemux.Brindlemux");
   MainWindow::chooseStyle();
   QGuiApplication application(argc, argv);
-  QObject::connect(&signals, &TerminationSignals::received, &application, &QCoreApplication::quit);
-  signals.listen();
+  QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/brindlemux/icons/com.brindlemux.Brindlemux.svg")));
 
   // Each borrows from those above it and goes before them: the window, the controller with its engines, the hardware.
   StandardErrorLog log;
@@ -54,13 +58,15 @@ int main(int argc, char* argv[]) {
                   .scheduler = scheduler});
   QObject::connect(&application, &QCoreApplication::aboutToQuit, &state, &AppState::shutdown);
 
-  MainWindow window(state);
-  if (window.window() == nullptr) {
+  UserDefaults defaults;
+  BrindlemuxApp app(state, defaults, scheduler, QDBusConnection::sessionBus());
+  QObject::connect(&signals, &TerminationSignals::received, &app, &BrindlemuxApp::quit);
+  signals.listen();
+  if (!app.openWindow()) {
     log.write("Brindlemux: the window could not be made");
     state.shutdown();
     return EXIT_FAILURE;
   }
-  QObject::connect(&instance, &SingleInstance::windowWanted, window.window(),
-                   [&window] { showWindow(*window.window()); });
+  QObject::connect(&instance, &SingleInstance::windowWanted, &app, &BrindlemuxApp::openWindow);
   return QGuiApplication::exec();
 }

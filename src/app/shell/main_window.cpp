@@ -9,8 +9,9 @@ void MainWindow::chooseStyle() {
   QQuickStyle::setStyle(QStringLiteral("Basic"));
 }
 
-MainWindow::MainWindow(AppState& state) {
-  engine_.setInitialProperties({{QStringLiteral("appState"), QVariant::fromValue(&state)}});
+MainWindow::MainWindow(AppState& state, UserDefaults& defaults) {
+  engine_.setInitialProperties({{QStringLiteral("appState"), QVariant::fromValue(&state)},
+                                {QStringLiteral("defaults"), QVariant::fromValue(&defaults)}});
   engine_.load(QUrl(QStringLiteral("qrc:/qt-project.org/imports/Brindlemux/Shell/MainWindow.qml")));
 }
 

@@ -25,8 +25,11 @@ QtObject {
 
     // Pixels.
     readonly property int captionSize: 11
+    readonly property int calloutSize: 12
     readonly property int bodySize: 13
+    readonly property int title3Size: 15
     readonly property int titleSize: 20
+    readonly property int largeTitleSize: 26
 
     readonly property string monospaceFamily: "monospace"
 }

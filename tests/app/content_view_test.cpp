@@ -1,0 +1,146 @@
+#include <QAccessible>
+#include <algorithm>
+#include <gtest/gtest.h>
+
+#include "app/open_window.h"
+
+namespace brindlemux {
+namespace {
+
+using test::device;
+using test::eventually;
+using test::OpenWindow;
+
+TEST(ContentView, laysOutSidebarDividerAndDetail) {
+  const OpenWindow open({device("A")});
+  const QQuickItem* detail = open.item("detailArea");
+  ASSERT_NE(detail, nullptr);
+  // The sidebar's 248 and the divider.
+  EXPECT_EQ(detail->mapToScene({0, 0}), QPointF(249, 0));
+  EXPECT_EQ(detail->width(), 1440 - 249);
+  EXPECT_EQ(detail->height(), 900);
+}
+
+TEST(ContentView, saysThatTheDriverIsMissing) {
+  OpenWindow open;
+  EXPECT_TRUE(open.shows("driverMissing"));
+  EXPECT_EQ(open.text("driverMissing.title"), "Driver Not Installed");
+  EXPECT_EQ(open.text("driverMissing.command"), "./scripts/build-driver.sh && sudo ./scripts/install-driver.sh");
+  EXPECT_EQ(open.text("driverMissing.checkAgain"), "Check Again");
+  EXPECT_FALSE(open.shows("emptyState"));
+  open.hardware.installDriver({device("A")});
+  open.click("driverMissing.checkAgain");
+  EXPECT_TRUE(open.state->driverInstalled());
+  EXPECT_FALSE(open.shows("driverMissing"));
+}
+
+TEST(ContentView, checkAgainStaysWhereTheDriverIsStillMissing) {
+  const OpenWindow open;
+  open.click("driverMissing.checkAgain");
+  EXPECT_TRUE(open.shows("driverMissing"));
+  EXPECT_FALSE(open.shows("errorAlert.message"));
+}
+
+TEST(ContentView, missingDriverGoesBeforeTheSelection) {
+  OpenWindow open({device("A")});
+  EXPECT_FALSE(open.shows("driverMissing"));
+  open.hardware.uninstallDriver();
+  open.state->refreshEnvironment();
+  EXPECT_EQ(open.state->selectedDeviceUID(), device("A").uid);
+  EXPECT_TRUE(open.shows("driverMissing"));
+}
+
+TEST(ContentView, emptyStateMakesADevice) {
+  const OpenWindow open(std::vector<VirtualDeviceConfig>{});
+  ASSERT_TRUE(open.shows("emptyState"));
+  EXPECT_EQ(open.text("emptyState.text"), "Select or create a virtual device");
+  EXPECT_EQ(open.text("emptyState.create"), "New Virtual Device");
+  open.click("emptyState.create");
+  ASSERT_EQ(open.state->virtualDevices().size(), 1U);
+  EXPECT_EQ(open.state->virtualDevices().front().name, "Brindlemux Device 1");
+  EXPECT_TRUE(eventually([&] { return !open.shows("emptyState"); }));
+}
+
+TEST(ContentView, selectionThatNoDeviceHasShowsTheEmptyState) {
+  const OpenWindow open({device("A")});
+  EXPECT_FALSE(open.shows("emptyState"));
+  open.state->setSelectedDeviceUID("BrindlemuxAudio_UID_gone");
+  EXPECT_TRUE(open.shows("emptyState"));
+}
+
+TEST(ErrorAlert, showsUntilItIsDismissedByItsButton) {
+  OpenWindow open({device("A")});
+  EXPECT_FALSE(open.shows("errorAlert.message"));
+  open.hardware.journal().failEvery("createIOProc", -1);
+  AppStateProbe::restartAllEngines(*open.state);
+  ASSERT_TRUE(eventually([&] { return open.hasFocus("errorAlert.dismiss"); }));
+  EXPECT_EQ(open.text("errorAlert.title"), "Error");
+  EXPECT_EQ(open.text("errorAlert.message"), "Creating input IOProc failed (OSStatus -1)");
+  open.click("errorAlert.dismiss");
+  EXPECT_EQ(open.state->errorMessage(), std::nullopt);
+  EXPECT_FALSE(open.shows("errorAlert.message"));
+  // Read and dismissed, the same trouble is told again.
+  AppStateProbe::restartAllEngines(*open.state);
+  EXPECT_TRUE(eventually([&] { return open.shows("errorAlert.message"); }));
+}
+
+TEST(ErrorAlert, keysDismissIt) {
+  for (const Qt::Key key : {Qt::Key_Escape, Qt::Key_Return, Qt::Key_Space}) {
+    OpenWindow open({device("A")});
+    open.hardware.journal().failEvery("createIOProc", -1);
+    AppStateProbe::restartAllEngines(*open.state);
+    ASSERT_TRUE(eventually([&] { return open.hasFocus("errorAlert.dismiss"); }));
+    open.press(key);
+    EXPECT_TRUE(eventually([&] { return !open.shows("errorAlert.message"); })) << key;
+    EXPECT_EQ(open.state->errorMessage(), std::nullopt);
+  }
+}
+
+TEST(ErrorAlert, standsAboveAnOpenSheet) {
+  OpenWindow open({device("A")});
+  open.state->setSettingsSheetUID(device("A").uid);
+  ASSERT_TRUE(eventually([&] { return open.hasFocus("settings.mode.2"); }));
+  open.hardware.journal().failEvery("createIOProc", -1);
+  AppStateProbe::restartAllEngines(*open.state);
+  ASSERT_TRUE(eventually([&] { return open.hasFocus("errorAlert.dismiss"); }));
+  open.press(Qt::Key_Escape);
+  // One key closes one of them, and the other has the keyboard again.
+  EXPECT_TRUE(eventually([&] { return open.hasFocus("settings.mode.2"); }));
+  EXPECT_EQ(open.state->errorMessage(), std::nullopt);
+  EXPECT_EQ(open.state->settingsSheetUID(), device("A").uid);
+}
+
+/// Every item that the keyboard reaches in the window, in the order of Tab.
+std::vector<QQuickItem*> tabOrder(const OpenWindow& open) {
+  std::vector<QQuickItem*> order;
+  while (true) {
+    open.press(Qt::Key_Tab);
+    QQuickItem* item = open.window()->activeFocusItem();
+    if (item == nullptr || std::ranges::find(order, item) != order.end()) return order;
+    order.push_back(item);
+  }
+}
+
+TEST(Accessibility, everythingThatTheKeyboardReachesHasANameAndARole) {
+  QAccessible::setActive(true);
+  OpenWindow open({device("A"), device("B")});
+  const auto check = [&open](const char* what) {
+    const std::vector<QQuickItem*> order = tabOrder(open);
+    EXPECT_GT(order.size(), 1U) << what;
+    for (QQuickItem* item : order) {
+      QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(item);
+      const std::string name = item->objectName().toStdString() + " in " + what;
+      ASSERT_NE(accessible, nullptr) << name;
+      EXPECT_NE(accessible->text(QAccessible::Name), "") << name;
+      EXPECT_NE(accessible->role(), QAccessible::NoRole) << name;
+      EXPECT_NE(accessible->role(), QAccessible::Client) << name;
+    }
+  };
+  check("the window");
+  open.state->setSettingsSheetUID(device("A").uid);
+  ASSERT_TRUE(eventually([&] { return open.hasFocus("settings.mode.2"); }));
+  check("the settings");
+}
+
+}  // namespace
+}  // namespace brindlemux
