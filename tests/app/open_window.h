@@ -2,7 +2,6 @@
 
 #include <QGuiApplication>
 #include <QQuickItem>
-#include <QSettings>
 #include <QTest>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -14,8 +13,8 @@
 #include "app/event_loop.h"
 #include "app/shell/brindlemux_app.h"
 #include "app/simulated_program.h"
+#include "app/temporary_defaults.h"
 #include "app/tray/private_bus.h"
-#include "support/temporary_folder.h"
 
 namespace brindlemux::test {
 
@@ -39,14 +38,6 @@ inline void keepComplaint(QtMsgType type, const QMessageLogContext&, const QStri
   if (message == QLatin1String("This plugin does not support raise()")) return;
   if (type != QtDebugMsg && type != QtInfoMsg) complaints().push_back(message.toStdString());
 }
-
-/// User defaults of a test's own, kept in a folder that goes with this object.
-struct TemporaryDefaults {
-  TemporaryDefaults() {
-    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, QString::fromStdString(folder.path()));
-  }
-  TemporaryFolder folder;
-};
 
 /// The program in a window, on a simulated audio server.
 struct OpenWindow : SimulatedProgram {

@@ -14,6 +14,7 @@
 #include "app/event_loop.h"
 #include "app/shell/main_window.h"
 #include "app/simulated_program.h"
+#include "app/temporary_defaults.h"
 
 namespace brindlemux::test {
 
@@ -35,7 +36,9 @@ struct EditorWindow : SimulatedProgram {
       if (type != QtDebugMsg && type != QtInfoMsg) complaints().push_back(message.toStdString());
     });
     MainWindow::chooseStyle();
-    main = std::make_unique<MainWindow>(start());
+    defaults = std::make_unique<UserDefaults>();
+    defaults->setOnboardingSeen(true);
+    main = std::make_unique<MainWindow>(start(), *defaults);
     if (window() == nullptr) throw std::runtime_error("no window: " + testing::PrintToString(complaints()));
     if (!QTest::qWaitForWindowExposed(window())) throw std::runtime_error("the window stays hidden");
     // Far from everything that shows that the pointer is over it.
@@ -120,6 +123,8 @@ struct EditorWindow : SimulatedProgram {
   void focus(const std::string& name) const { item(name)->forceActiveFocus(Qt::TabFocusReason); }
   bool hasFocus(const std::string& name) const { return item(name)->hasActiveFocus(); }
 
+  TemporaryDefaults defaultsFolder;
+  std::unique_ptr<UserDefaults> defaults;
   std::unique_ptr<MainWindow> main;
 };
 
