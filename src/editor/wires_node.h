@@ -17,8 +17,11 @@ namespace brindlemux {
 /// The pictures of the wires in the scene graph, one for each group of wires that lie between the same columns. A
 /// picture that would come out the same is left alone, and so is what lies on it.
 ///
+/// A transform node, though it moves nothing: the software renderer remembers the place of no plain node, and draws
+/// what is added to one later as though the window began there.
+///
 /// Threads: those of the scene graph.
-class WiresNode final : public QSGNode {
+class WiresNode final : public QSGTransformNode {
  public:
   /// `visible` in points. `palette` changes with the painter's own.
   void show(const DrawnWires& wires, const QRectF& visible, double phase, WirePainter& painter,

@@ -33,7 +33,14 @@ struct CanvasWindow : SimulatedProgram {
       visible: true
       color: "black"
       GraphEditor { id: graphEditor; appState: root.appState; deviceUID: root.uid }
-      GraphCanvasView { id: canvas; anchors.fill: parent; editor: graphEditor }
+      property real inset: 0
+      GraphCanvasView {
+        id: canvas
+        anchors.fill: parent
+        anchors.leftMargin: root.inset
+        anchors.topMargin: root.inset
+        editor: graphEditor
+      }
     })";
 
   explicit CanvasWindow(const DeviceGraph& graph = {}, std::int64_t channels = 2, QSize size = {1000, 700}) {

@@ -61,6 +61,18 @@ TEST(WiresLayer, drawsTheWireBetweenItsPorts) {
   EXPECT_LT(open.colourAt(open.middle() + QPointF(0, 12)).blue(), 60);
 }
 
+TEST(WiresLayer, drawsWiresThatComeLaterWhereTheirPortsAre) {
+  WiredWindow open;
+  open.window->setProperty("inset", 40);
+  open.settle();
+  open.edit([](DeviceGraph& graph) { graph.monitorWires = {{0, nodeID(2), 0}}; });
+  open.settle();
+  const QPointF from = open.place(PortID::outputOut(0));
+  const QPointF to = open.place(PortID::monitorIn(nodeID(2), 0));
+  // The ground there has 34; the wire may lie between two rows of points.
+  EXPECT_GT(open.colourAt((from + to) / 2).blue(), 100);
+}
+
 TEST(WiresLayer, takesOnTheColourOfTheSelection) {
   const WiredWindow open;
   open.click(open.middle());

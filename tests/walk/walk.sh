@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# A walk through the real window with a pointer and a keyboard that are not the program's own: create a device, add an
-# application that is really playing, see its meter move, wire it, hear it at the monitor, rename, delete.
+# A walk through the real window with a pointer and a keyboard that are not the program's own: leave the first-run pages,
+# create a device, add an application that is really playing, see its meter move, wire it, hear it at the monitor,
+# rename, delete.
 #
 # usage: walk.sh BUILD_FOLDER. Starts a display and an audio server of its own and ends with 0 when every step held.
 set -uo pipefail
@@ -101,6 +102,11 @@ loud() { local heard; heard=$(level "$1") && [ -n "$heard" ] && [ "$heard" -ge -
 silent() { local heard; heard=$(level "$1") && [ -n "$heard" ] && [ "$heard" -le -80 ]; }
 
 # ---- The walk.
+
+step "leave the first-run pages"
+# The button to the next page has the accent.
+until_true "no first-run pages" shows '#78bbf5' $((width / 2 + 175)) $((height / 2 + 136))
+xdotool key Escape
 
 step "create a device"
 until_true "the window draws nothing" shows '#22252b' 120 400
