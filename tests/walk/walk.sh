@@ -62,7 +62,8 @@ graphs=$XDG_DATA_HOME/Brindlemux/graphs.json
 
 # A tone on the left alone, at -6 dB.
 sox -n -r 48000 -b 16 -c 2 "$work/tone.wav" synth 300 sine 440 sine 440 remix 1v0.5 2v0 || fail "cannot make the tone"
-pw-play "$work/tone.wav" </dev/null >/dev/null 2>"$work/player.err" &
+# Whoever plays through the pulse interface keeps playing when the block size changes; pw-play at times does not.
+paplay "$work/tone.wav" </dev/null >/dev/null 2>"$work/player.err" &
 started+=("$!")
 
 QT_QUICK_BACKEND=software QT_QPA_PLATFORM=xcb "$build/bin/brindlemux" </dev/null >/dev/null 2>"$work/program.err" &

@@ -92,7 +92,7 @@ const ProcessRecord* ServerState::processWithPID(std::int32_t pid) {
 }
 
 std::vector<const ServerNode*> ServerState::playbackNodes(Selection selection,
-                                                            const std::vector<AudioObjectID>& listed) {
+                                                          const std::vector<AudioObjectID>& listed) {
   std::vector<const ServerNode*> streams;
   for (const ProcessRecord& process : processes()) {
     const bool isListed = std::find(listed.begin(), listed.end(), process.id) != listed.end();
