@@ -23,8 +23,7 @@ struct Bench {
 
   std::vector<float> samples = std::vector<float>(tapCount * stride, 0.5F);
   std::vector<Tap> taps;
-  RingWindow window = {
-      .samples = samples.data(), .channels = tapCount, .capacity = stride, .start = 3, .frames = frames};
+  PlanarWindow window = {.samples = samples.data() + 3, .channels = tapCount, .stride = stride, .frames = frames};
   PeakLanes peak;
   std::vector<float> output = std::vector<float>(frames);
   std::array<float*, 1> outputs = {output.data()};
@@ -51,10 +50,10 @@ void registerKernels() {
   const std::span<const Kernels> sets = availableKernels();
   for (std::size_t i = 1; i < sets.size(); ++i) {
     add(sets[i], sets[i - 1], "128 frames, 1 tap added", [](const Kernels& set, Bench& bench) {
-      set.addTaps(bench.window, bench.outputs, std::span(bench.taps).first(1));
+      set.addTaps(bench.window, 0, bench.outputs, std::span(bench.taps).first(1));
     });
     add(sets[i], sets[i - 1], "128 frames, 4 taps added",
-        [](const Kernels& set, Bench& bench) { set.addTaps(bench.window, bench.outputs, bench.taps); });
+        [](const Kernels& set, Bench& bench) { set.addTaps(bench.window, 0, bench.outputs, bench.taps); });
     add(sets[i], sets[i - 1], "128 frames copied with peak", [](const Kernels& set, Bench& bench) {
       set.copyWithPeak(bench.output.data(), bench.samples.data() + 3, frames, bench.peak);
     });

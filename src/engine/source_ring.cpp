@@ -15,17 +15,26 @@ constexpr std::int64_t maximumChannels = 16;
 constexpr std::int64_t maximumLagFrames = 4096;
 constexpr std::int64_t minimumSlackFrames = 2400;
 
+/// The beginning of a ring is repeated behind its end, so that a read of up to as many frames is in one piece wherever
+/// it begins. A small part of the ring, since what lies in it is written twice.
+std::int64_t mirrorOf(std::int64_t capacity) noexcept {
+  constexpr std::int64_t mostFrames = 4096;
+  return std::clamp(capacity / 16, std::int64_t{0}, mostFrames);
+}
+
 std::int64_t sum(std::int64_t first, std::int64_t second) noexcept {
   std::int64_t result = 0;
   if (__builtin_add_overflow(first, second, &result)) fatalError("overflow of a ring's frame position");
   return result;
 }
 
-std::size_t storageSize(std::int64_t channels, std::int64_t capacityFrames) {
+std::size_t storageSize(std::int64_t channels, std::int64_t capacityFrames, std::int64_t mirrorFrames) {
   if (capacityFrames < 0) fatalError("a ring of negative capacity");
+  std::int64_t frames = 0;
   std::int64_t samples = 0;
   std::int64_t bytes = 0;
-  if (__builtin_mul_overflow(channels, capacityFrames, &samples) ||
+  if (__builtin_add_overflow(capacityFrames, mirrorFrames, &frames) ||
+      __builtin_mul_overflow(channels, frames, &samples) ||
       __builtin_mul_overflow(samples, static_cast<std::int64_t>(sizeof(float)), &bytes)) {
     fatalError("overflow of a ring's size");
   }
@@ -76,7 +85,8 @@ SourceRing::SourceRing(std::int64_t channels, std::int64_t capacityFrames, const
       channels_(std::clamp(channels, std::int64_t{1}, maximumChannels)),
       capacity_(capacityFrames),
       inverseCapacity_(inverseOf(capacityFrames)),
-      storage_(storageSize(channels_, capacityFrames)),
+      mirror_(mirrorOf(capacityFrames)),
+      storage_(storageSize(channels_, capacityFrames, mirror_)),
       peakAccum_(static_cast<std::size_t>(channels_)) {}
 
 void SourceRing::write(const CapturedBuffer& buffer) noexcept {
@@ -100,6 +110,13 @@ void SourceRing::write(const CapturedBuffer& buffer) noexcept {
   head_ = newHead;
 }
 
+void SourceRing::mirrorTheBeginning(std::int64_t slot, std::int64_t length) noexcept {
+  const std::int64_t mirrored = std::min(length, mirror_ - slot);
+  for (float* channel = storage_.data(); channel != storage_.data() + storage_.size(); channel += stride()) {
+    std::copy_n(channel + slot, mirrored, channel + capacity_ + slot);
+  }
+}
+
 void SourceRing::raisePeaksAndCopyPlanar(std::int64_t slot, const CapturedBuffer& buffer) noexcept {
   const std::size_t lastChannel = buffer.planar.size() - 1;
   const auto copy = kernels_.copyWithPeak;
@@ -107,22 +124,26 @@ void SourceRing::raisePeaksAndCopyPlanar(std::int64_t slot, const CapturedBuffer
     float* ring = storage_.data() + at;
     for (std::size_t channel = 0; channel < peakAccum_.size(); ++channel) {
       copy(ring, buffer.planar[std::min(lastChannel, channel)] + offset, length, peakAccum_[channel]);
-      ring += capacity_;
+      ring += stride();
     }
+    if (at < mirror_) [[unlikely]]
+      mirrorTheBeginning(at, length);
   });
 }
 
 void SourceRing::raisePeaksAndCopyInterleaved(std::int64_t slot, const CapturedBuffer& buffer) noexcept {
-  const std::int64_t stride = buffer.interleavedChannels;
+  const std::int64_t step = buffer.interleavedChannels;
   forEachStretch(slot, buffer.frames, capacity_, [&](std::int64_t at, std::int64_t offset, std::int64_t length) {
     float* ring = storage_.data() + at;
     for (std::int64_t channel = 0; channel < channels_; ++channel) {
-      const float* source = buffer.interleaved + std::min(stride - 1, channel) + offset * stride;
-      for (std::int64_t i = 0; i < length; ++i) ring[i] = source[i * stride];
+      const float* source = buffer.interleaved + std::min(step - 1, channel) + offset * step;
+      for (std::int64_t i = 0; i < length; ++i) ring[i] = source[i * step];
       float& peak = peakAccum_[static_cast<std::size_t>(channel)].lanes[0];
       peak = std::max(peak, kernels_.peakMagnitude(ring, length));
-      ring += capacity_;
+      ring += stride();
     }
+    if (at < mirror_) [[unlikely]]
+      mirrorTheBeginning(at, length);
   });
 }
 
@@ -158,13 +179,19 @@ void SourceRing::mixRead(std::int64_t frames, std::int64_t& cursor, std::span<fl
     available = std::min(lag, frames);
     if (!taps.empty()) {
       if (capacity_ == 0) fatalError("a ring without capacity");
-      // A reader never lags by more than the capacity, so that the window does not either.
-      kernels_.addTaps({.samples = storage_.data(),
-                        .channels = channels_,
-                        .capacity = capacity_,
-                        .start = slot,
-                        .frames = available},
-                       buffers, taps);
+      // A reader never lags by more than the capacity, so that it comes round once at the most.
+      PlanarWindow window = {
+          .samples = storage_.data() + slot, .channels = channels_, .stride = stride(), .frames = available};
+      const std::int64_t inOnePiece = stride() - slot;
+      if (available > inOnePiece) [[unlikely]] {
+        window.frames = inOnePiece;
+        kernels_.addTaps(window, 0, buffers, taps);
+        window.samples = storage_.data() + mirror_;
+        window.frames = available - inOnePiece;
+        kernels_.addTaps(window, inOnePiece, buffers, taps);
+      } else {
+        kernels_.addTaps(window, 0, buffers, taps);
+      }
     }
   }
   cursor = position + available;

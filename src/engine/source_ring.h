@@ -58,6 +58,8 @@ class SourceRing {
   std::int64_t repositionings() const noexcept;
 
  private:
+  std::int64_t stride() const noexcept { return capacity_ + mirror_; }
+  void mirrorTheBeginning(std::int64_t slot, std::int64_t length) noexcept;
   void raisePeaksAndCopyPlanar(std::int64_t slot, const CapturedBuffer& buffer) noexcept;
   void raisePeaksAndCopyInterleaved(std::int64_t slot, const CapturedBuffer& buffer) noexcept;
   std::int64_t placed(std::int64_t position, std::int64_t frames) noexcept;
@@ -67,6 +69,9 @@ class SourceRing {
   const std::int64_t channels_;
   const std::int64_t capacity_;
   const std::uint64_t inverseCapacity_;
+  /// So many frames from the beginning of each channel stand once more behind its end.
+  const std::int64_t mirror_;
+  /// `capacity_ + mirror_` samples a channel.
   AlignedFloats storage_;
   std::int64_t head_ = 0;
   mutable UnfairLock lock_;

@@ -66,14 +66,15 @@ class KernelsTest : public testing::TestWithParam<Kernels> {
   const Kernels& plain = availableKernels().front();
 };
 
-/// Planar samples of a ring, and outputs that begin at different alignments, with room before and after.
+/// Planar samples, and outputs that begin at different alignments, with room before and after.
 struct Mix {
   static constexpr std::int64_t channels = 3;
   static constexpr std::size_t outputCount = 2;
 
-  Mix(Samples& samples, std::int64_t capacity, std::int64_t start, std::int64_t frames)
-      : ring(samples.take(static_cast<std::size_t>(channels * capacity))),
-        window{.samples = ring.data(), .channels = channels, .capacity = capacity, .start = start, .frames = frames} {
+  /// The window begins `start` samples into channels of that length.
+  Mix(Samples& samples, std::int64_t length, std::int64_t start, std::int64_t frames)
+      : memory(samples.take(static_cast<std::size_t>(channels * length))),
+        window{.samples = memory.data() + start, .channels = channels, .stride = length, .frames = frames} {
     for (std::size_t i = 0; i < outputCount; ++i) {
       before.push_back(samples.take(static_cast<std::size_t>(frames) + 3 * maximumOffset));
     }
@@ -82,8 +83,8 @@ struct Mix {
   std::vector<std::vector<float>> addedBy(const Kernels& kernels, const std::vector<Tap>& taps) const {
     std::vector<std::vector<float>> result = before;
     std::array<float*, outputCount> outputs = {};
-    for (std::size_t i = 0; i < outputCount; ++i) outputs[i] = result[i].data() + offset(i);
-    inRealtime([&] { kernels.addTaps(window, outputs, taps); });
+    for (std::size_t i = 0; i < outputCount; ++i) outputs[i] = result[i].data() + offset(i) - at;
+    inRealtime([&] { kernels.addTaps(window, at, outputs, taps); });
     return result;
   }
 
@@ -91,21 +92,23 @@ struct Mix {
     return maximumOffset + (static_cast<std::size_t>(window.frames) + 3 * output) % maximumOffset;
   }
 
-  std::vector<float> ring;
-  RingWindow window;
+  /// How far into the outputs the window is added.
+  static constexpr std::int64_t at = 5;
+
+  std::vector<float> memory;
+  PlanarWindow window;
   std::vector<std::vector<float>> before;
 };
 
 /// Which samples of an output two NaNs met in: then it is left open which one's payload survives.
 std::vector<bool> samplesWithTwoNaNs(const Mix& mix, std::size_t output, const std::vector<Tap>& taps) {
-  const RingWindow& window = mix.window;
+  const PlanarWindow& window = mix.window;
   std::vector<float> sums = mix.before[output];
   std::vector<bool> found(sums.size());
   for (const Tap& tap : taps) {
     if (tap.out != static_cast<std::int64_t>(output) || tap.src < 0 || tap.src >= window.channels) continue;
     for (std::int64_t i = 0; i < window.frames; ++i) {
-      const std::int64_t slot = tap.src * window.capacity + (window.start + i) % window.capacity;
-      const float sample = mix.ring[static_cast<std::size_t>(slot)];
+      const float sample = window.samples[tap.src * window.stride + i];
       const std::size_t at = mix.offset(output) + static_cast<std::size_t>(i);
       const float product = tap.gain * sample;
       if (std::isnan(tap.gain) && std::isnan(sample)) found[at] = true;
@@ -116,13 +119,11 @@ std::vector<bool> samplesWithTwoNaNs(const Mix& mix, std::size_t output, const s
   return found;
 }
 
-TEST_P(KernelsTest, tapsAreAddedAsThePlainLoopDoesAtEveryWrapPosition) {
+TEST_P(KernelsTest, tapsAreAddedAsThePlainLoopDoes) {
   Samples samples(1);
   for (std::int64_t frames = 0; frames <= static_cast<std::int64_t>(maximumLength); ++frames) {
-    for (std::int64_t beforeTheEnd = 1; beforeTheEnd <= frames + 1; ++beforeTheEnd) {
-      // From the shortest ring that holds the window on.
-      const std::int64_t capacity = std::max(frames, beforeTheEnd) + beforeTheEnd % 5;
-      const Mix mix(samples, capacity, capacity - beforeTheEnd, frames);
+    for (std::int64_t start = 0; start <= static_cast<std::int64_t>(4 * maximumOffset); ++start) {
+      const Mix mix(samples, start + frames + start % 5, start, frames);
       // Runs of one, two and three, the same output in two runs, and runs that end at a tap out of range.
       std::vector<Tap> taps = {{.src = 0, .out = 1}, {.src = 2, .out = 0}, {.src = 1, .out = 0}, {.src = 3, .out = 0},
                                {.src = 1, .out = 0}, {.src = 0, .out = 1}, {.src = 2, .out = 1}, {.src = 1, .out = 1},
@@ -137,7 +138,7 @@ TEST_P(KernelsTest, tapsAreAddedAsThePlainLoopDoesAtEveryWrapPosition) {
             ASSERT_TRUE(std::isnan(result[output][i]) && std::isnan(defined[output][i]));
           } else {
             ASSERT_EQ(bits(result[output][i]), bits(defined[output][i]))
-                << frames << " frames, " << beforeTheEnd << " before the end, output " << output << " at " << i;
+                << frames << " frames from " << start << " on, output " << output << " at " << i;
           }
         }
       }
@@ -161,32 +162,31 @@ TEST_P(KernelsTest, nothingBesideTheOutputsIsWritten) {
   }
 }
 
-TEST_P(KernelsTest, samplesAreTakenFromBeforeAndAfterTheRingsEnd) {
-  // Slots 0 to 9 of two channels hold 0 to 9 and 100 to 109. From slot 7 on, six frames are those of 7, 8, 9, 0, 1, 2.
-  std::vector<float> ring(20);
+TEST_P(KernelsTest, channelsBeginAStrideApartAndOutputsWhereTheyAreTold) {
+  // Two channels of ten samples each, 0 to 9 and 100 to 109; the window is 4, 5 and 6 of both.
+  std::vector<float> memory(20);
   for (std::size_t i = 0; i < 10; ++i) {
-    ring[i] = static_cast<float>(i);
-    ring[10 + i] = 100 + static_cast<float>(i);
+    memory[i] = static_cast<float>(i);
+    memory[10 + i] = 100 + static_cast<float>(i);
   }
   std::vector<float> sums(6, 1000.0F);
   const std::array<float*, 1> outputs = {sums.data()};
   const std::array taps = {Tap{.src = 0, .out = 0, .gain = 2.0F}, Tap{.src = 1, .out = 0, .gain = -1.0F}};
-  kernels.addTaps({.samples = ring.data(), .channels = 2, .capacity = 10, .start = 7, .frames = 6}, outputs, taps);
-  // 1000 + 2 x 7 - 107 = 907, and one more for each frame up to the end; 1000 + 2 x 0 - 100 = 900 from there on.
-  EXPECT_EQ(sums, (std::vector<float>{907, 908, 909, 900, 901, 902}));
+  kernels.addTaps({.samples = memory.data() + 4, .channels = 2, .stride = 10, .frames = 3}, 2, outputs, taps);
+  // 1000 + 2 x 4 - 104 = 904, and one more for each frame.
+  EXPECT_EQ(sums, (std::vector<float>{1000, 1000, 904, 905, 906, 1000}));
 }
 
 /// The sums of `length` samples that are all alike, each of which the taps add to.
 std::vector<float> sumsOf(const Kernels& kernels, std::size_t length, float sample, float before,
                           const std::vector<float>& gains) {
-  const std::vector<float> ring(length, sample);
+  const std::vector<float> channel(length, sample);
   std::vector<float> sums(length, before);
   const std::array<float*, 1> outputs = {sums.data()};
   const auto frames = static_cast<std::int64_t>(length);
   std::vector<Tap> taps;
   for (const float gain : gains) taps.push_back({.src = 0, .out = 0, .gain = gain});
-  kernels.addTaps({.samples = ring.data(), .channels = 1, .capacity = frames, .start = 0, .frames = frames}, outputs,
-                  taps);
+  kernels.addTaps({.samples = channel.data(), .channels = 1, .stride = frames, .frames = frames}, 0, outputs, taps);
   return sums;
 }
 

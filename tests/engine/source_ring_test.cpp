@@ -538,5 +538,45 @@ TEST(SourceRing, everyReadIsInPlaceAcrossTheWrap) {
   EXPECT_EQ(ring.repositionings(), 0);
 }
 
+/// Reads `frames` frames that begin in `slot` of a ring in its third lap, and expects each to be the one written there.
+void expectReadInPlace(SourceRing& ring, std::int64_t slot, std::int64_t frames) {
+  const std::int64_t first = 2 * ring.capacity() + slot;
+  fillTo(ring, first + frames, 100, 2);
+  std::int64_t cursor = first;
+  PlanarBuffers outputs(2, frames);
+  const std::array taps = {Tap{.src = 1, .out = 0, .gain = 1.0F}, Tap{.src = 0, .out = 1, .gain = 0.5F},
+                           Tap{.src = 1, .out = 1, .gain = 2.0F}};
+  inRealtime([&] { ring.mixRead(frames, cursor, outputs.pointers(), taps); });
+  ASSERT_EQ(cursor, first + frames);
+  for (std::int64_t i = 0; i < frames; ++i) {
+    const float left = payload(first + i, 0);
+    const float right = payload(first + i, 1);
+    ASSERT_EQ(outputs[0][static_cast<std::size_t>(i)], right) << slot << " and " << i << " of " << frames;
+    ASSERT_EQ(outputs[1][static_cast<std::size_t>(i)], 0.5F * left + 2.0F * right) << slot << " and " << i;
+  }
+}
+
+TEST(SourceRing, readsAreTheSameWhereverTheRingEnds) {
+  for (const Kernels& kernels : availableKernels()) {
+    for (std::int64_t slot = 0; slot < 40; ++slot) {
+      for (std::int64_t frames = 1; frames <= 40; ++frames) {
+        SourceRing ring(2, 40, kernels);
+        ASSERT_NO_FATAL_FAILURE(expectReadInPlace(ring, slot, frames)) << kernels.name;
+      }
+    }
+  }
+}
+
+TEST(SourceRing, longReadsAreTheSameWhereverTheRingEnds) {
+  for (const Kernels& kernels : availableKernels()) {
+    for (const std::int64_t slot : {1, 7, 400, 4690, 4999}) {
+      for (const std::int64_t frames : {64, 311, 312, 313, 320, 1000, 4097, 4700, 5000}) {
+        SourceRing ring(2, 5000, kernels);
+        ASSERT_NO_FATAL_FAILURE(expectReadInPlace(ring, slot, frames)) << kernels.name;
+      }
+    }
+  }
+}
+
 }  // namespace
 }  // namespace brindlemux

@@ -10,17 +10,16 @@
 
 namespace brindlemux {
 
-void plain::addTaps(const RingWindow& window, std::span<float* const> outputs, std::span<const Tap> taps) noexcept {
+void plain::addTaps(const PlanarWindow& window, std::int64_t at, std::span<float* const> outputs,
+                    std::span<const Tap> taps) noexcept {
   for (const Tap& tap : taps) {
     if (tap.src < 0 || tap.src >= window.channels) continue;
     if (tap.out < 0 || tap.out >= static_cast<std::int64_t>(outputs.size())) continue;
-    const float* channel = window.samples + tap.src * window.capacity;
-    float* output = outputs[static_cast<std::size_t>(tap.out)];
-    std::int64_t slot = window.start;
+    const float* channel = window.samples + tap.src * window.stride;
+    float* output = outputs[static_cast<std::size_t>(tap.out)] + at;
     for (std::int64_t i = 0; i < window.frames; ++i) {
-      const float product = tap.gain * channel[slot];
+      const float product = tap.gain * channel[i];
       output[i] = output[i] + product;
-      if (++slot == window.capacity) slot = 0;
     }
   }
 }
@@ -33,9 +32,9 @@ namespace {
 
 constexpr std::int64_t lanes = 4;
 
-/// Adds a run from where no wrap lies ahead. Channel c begins at `from + c * stride`.
-void addStretch(float* into, const float* from, std::int64_t stride, const Tap* first, const Tap* last,
-                std::int64_t frames) noexcept {
+/// Adds a run. Channel c begins at `from + c * stride`.
+void addRun(float* into, const float* from, std::int64_t stride, const Tap* first, const Tap* last,
+            std::int64_t frames) noexcept {
   constexpr std::int64_t registers = 8;
   for (; frames >= registers * lanes; frames -= registers * lanes) {
     __m128 sums[registers];
@@ -78,46 +77,17 @@ constexpr std::int64_t wideLanes = 8;
 constexpr std::int64_t blockRegisters = 8;
 constexpr std::int64_t blockFrames = blockRegisters * wideLanes;
 
-// Where the registers of a block come from: `load` gives register i of the channel that begins `offset` floats on.
-
-struct Contiguous {
-  const float* from;
-
-  [[gnu::always_inline, gnu::target("avx2")]] __m256 load(std::int64_t i, std::int64_t offset) const noexcept {
-    return _mm256_loadu_ps(from + offset + i * wideLanes);
-  }
-};
-
-/// The ring ends within register `seam`: `from` is where the block's first register lies, `wrapped` where it would lie
-/// if the ring's beginning were the continuation of what goes before.
-template <std::int64_t seam>
-struct Wrapping {
-  const float* from;
-  const float* wrapped;
-  __m256i beforeTheEnd;
-  __m256i afterTheEnd;
-
-  [[gnu::always_inline, gnu::target("avx2")]] __m256 load(std::int64_t i, std::int64_t offset) const noexcept {
-    const std::int64_t at = offset + i * wideLanes;
-    if (i < seam) return _mm256_loadu_ps(from + at);
-    if (i > seam) return _mm256_loadu_ps(wrapped + at);
-    // What a mask leaves out is zero.
-    return _mm256_or_ps(_mm256_maskload_ps(from + at, beforeTheEnd), _mm256_maskload_ps(wrapped + at, afterTheEnd));
-  }
-};
-
-template <typename Source>
-[[gnu::always_inline, gnu::target("avx2")]] inline void addBlock(float* into, Source source, std::int64_t stride,
+[[gnu::always_inline, gnu::target("avx2")]] inline void addBlock(float* into, const float* from, std::int64_t stride,
                                                                  const Tap* first, const Tap* last) noexcept {
   __m256 sums[blockRegisters];
 #pragma GCC unroll 8
   for (std::int64_t i = 0; i < blockRegisters; ++i) sums[i] = _mm256_loadu_ps(into + i * wideLanes);
   for (const Tap* tap = first; tap != last; ++tap) {
-    const std::int64_t offset = tap->src * stride;
+    const float* samples = from + tap->src * stride;
     const __m256 gain = _mm256_set1_ps(tap->gain);
 #pragma GCC unroll 8
     for (std::int64_t i = 0; i < blockRegisters; ++i) {
-      sums[i] = _mm256_add_ps(sums[i], _mm256_mul_ps(gain, source.load(i, offset)));
+      sums[i] = _mm256_add_ps(sums[i], _mm256_mul_ps(gain, _mm256_loadu_ps(samples + i * wideLanes)));
     }
   }
 #pragma GCC unroll 8
@@ -148,86 +118,56 @@ template <typename Source>
   _mm256_maskstore_ps(into, mask, sum);
 }
 
-[[gnu::always_inline, gnu::target("avx2")]] inline void addWideStretch(float* into, const float* from,
-                                                                       std::int64_t stride, const Tap* first,
-                                                                       const Tap* last, std::int64_t frames) noexcept {
+/// Adds whole blocks of a single tap, whose sums need not stay in registers.
+[[gnu::always_inline, gnu::target("avx2")]] inline void addLoneTap(float* into, const float* samples, float linear,
+                                                                   std::int64_t frames) noexcept {
+  const __m256 gain = _mm256_set1_ps(linear);
   for (; frames >= blockFrames; frames -= blockFrames) {
-    addBlock(into, Contiguous{from}, stride, first, last);
+#pragma GCC unroll 8
+    for (std::int64_t i = 0; i < blockFrames; i += wideLanes) {
+      const __m256 product = _mm256_mul_ps(gain, _mm256_loadu_ps(samples + i));
+      _mm256_storeu_ps(into + i, _mm256_add_ps(product, _mm256_loadu_ps(into + i)));
+    }
+    into += blockFrames;
+    samples += blockFrames;
+  }
+}
+
+[[gnu::always_inline, gnu::target("avx2")]] inline void addWideRun(float* into, const float* from, std::int64_t stride,
+                                                                   const Tap* first, const Tap* last,
+                                                                   std::int64_t frames) noexcept {
+  if (last - first == 1) {
+    addLoneTap(into, from + first->src * stride, first->gain, frames);
+    const std::int64_t whole = frames & -blockFrames;
+    if (whole < frames) addRemainder(into + whole, from + whole, stride, first, last, frames - whole);
+    return;
+  }
+  for (; frames >= blockFrames; frames -= blockFrames) {
+    addBlock(into, from, stride, first, last);
     into += blockFrames;
     from += blockFrames;
   }
   if (frames > 0) addRemainder(into, from, stride, first, last, frames);
 }
 
-using AddTaps = void (*)(const RingWindow&, std::span<float* const>, std::span<const Tap>) noexcept;
-
-[[gnu::target("avx2")]] void addWithoutWrap(const RingWindow& window, std::span<float* const> outputs,
-                                            std::span<const Tap> taps) noexcept {
-  TapRuns runs(taps, window.channels, outputs.size());
-  while (runs.next()) {
-    float* into = outputs[static_cast<std::size_t>(runs.first->out)];
-    addWideStretch(into, window.samples + window.start, window.capacity, runs.first, runs.last, window.frames);
-  }
-}
-
-/// The block that the ring's end lies in is a whole one, and is added in one pass like the others.
-template <std::int64_t seam>
-[[gnu::target("avx2")]] void addAroundSeam(const RingWindow& window, std::span<float* const> outputs,
-                                           std::span<const Tap> taps) noexcept {
-  const std::int64_t beforeTheEnd = window.capacity - window.start;
-  const std::int64_t whole = beforeTheEnd / blockFrames * blockFrames;
-  const float* from = window.samples + window.start;
-  const float* wrapped = window.samples - beforeTheEnd;
-  const __m256i mask = firstLanes(beforeTheEnd - whole - seam * wideLanes);
-  const Wrapping<seam> block = {.from = from + whole,
-                                .wrapped = wrapped + whole,
-                                .beforeTheEnd = mask,
-                                .afterTheEnd = _mm256_xor_si256(mask, _mm256_set1_epi32(-1))};
-  const std::int64_t after = whole + blockFrames;
-  TapRuns runs(taps, window.channels, outputs.size());
-  while (runs.next()) {
-    float* into = outputs[static_cast<std::size_t>(runs.first->out)];
-    addWideStretch(into, from, window.capacity, runs.first, runs.last, whole);
-    addBlock(into + whole, block, window.capacity, runs.first, runs.last);
-    addWideStretch(into + after, wrapped + after, window.capacity, runs.first, runs.last, window.frames - after);
-  }
-}
-
-[[gnu::target("avx2")]] void addInTwoStretches(const RingWindow& window, std::span<float* const> outputs,
-                                               std::span<const Tap> taps) noexcept {
-  const std::int64_t beforeTheEnd = window.capacity - window.start;
-  TapRuns runs(taps, window.channels, outputs.size());
-  while (runs.next()) {
-    float* into = outputs[static_cast<std::size_t>(runs.first->out)];
-    addWideStretch(into, window.samples + window.start, window.capacity, runs.first, runs.last, beforeTheEnd);
-    addWideStretch(into + beforeTheEnd, window.samples, window.capacity, runs.first, runs.last,
-                   window.frames - beforeTheEnd);
-  }
-}
-
 }  // namespace
 
-void sse2::addTaps(const RingWindow& window, std::span<float* const> outputs, std::span<const Tap> taps) noexcept {
-  const std::int64_t beforeTheEnd = std::min(window.frames, window.capacity - window.start);
+void sse2::addTaps(const PlanarWindow& window, std::int64_t at, std::span<float* const> outputs,
+                   std::span<const Tap> taps) noexcept {
   TapRuns runs(taps, window.channels, outputs.size());
   while (runs.next()) {
-    float* into = outputs[static_cast<std::size_t>(runs.first->out)];
-    addStretch(into, window.samples + window.start, window.capacity, runs.first, runs.last, beforeTheEnd);
-    addStretch(into + beforeTheEnd, window.samples, window.capacity, runs.first, runs.last,
-               window.frames - beforeTheEnd);
+    float* into = outputs[static_cast<std::size_t>(runs.first->out)] + at;
+    addRun(into, window.samples, window.stride, runs.first, runs.last, window.frames);
   }
 }
 
-[[gnu::target("avx2")]] void avx2::addTaps(const RingWindow& window, std::span<float* const> outputs,
+[[gnu::target("avx2")]] void avx2::addTaps(const PlanarWindow& window, std::int64_t at, std::span<float* const> outputs,
                                            std::span<const Tap> taps) noexcept {
-  const std::int64_t beforeTheEnd = window.capacity - window.start;
-  if (window.frames <= beforeTheEnd) [[likely]]
-    return addWithoutWrap(window, outputs, taps);
-  constexpr AddTaps around[blockRegisters] = {addAroundSeam<0>, addAroundSeam<1>, addAroundSeam<2>, addAroundSeam<3>,
-                                              addAroundSeam<4>, addAroundSeam<5>, addAroundSeam<6>, addAroundSeam<7>};
-  const std::int64_t whole = beforeTheEnd / blockFrames * blockFrames;
-  if (whole + blockFrames > window.frames) return addInTwoStretches(window, outputs, taps);
-  around[(beforeTheEnd - whole) / wideLanes](window, outputs, taps);
+  TapRuns runs(taps, window.channels, outputs.size());
+  while (runs.next()) {
+    float* into = outputs[static_cast<std::size_t>(runs.first->out)] + at;
+    addWideRun(into, window.samples, window.stride, runs.first, runs.last, window.frames);
+  }
 }
 
 #endif

@@ -4,7 +4,7 @@
 #include <span>
 
 #include "engine/kernels/peak_lanes.h"
-#include "engine/kernels/ring_window.h"
+#include "engine/kernels/planar_window.h"
 #include "engine/tap.h"
 
 namespace brindlemux {
@@ -14,7 +14,8 @@ namespace brindlemux {
 /// peak_magnitude.h.
 struct Kernels {
   const char* name;
-  void (*addTaps)(const RingWindow& window, std::span<float* const> outputs, std::span<const Tap> taps) noexcept;
+  void (*addTaps)(const PlanarWindow& window, std::int64_t at, std::span<float* const> outputs,
+                  std::span<const Tap> taps) noexcept;
   void (*copyWithPeak)(float* into, const float* from, std::int64_t frames, PeakLanes& peak) noexcept;
   float (*limitWithPeak)(float* samples, std::int64_t frames) noexcept;
   float (*peakMagnitude)(const float* samples, std::int64_t frames) noexcept;
