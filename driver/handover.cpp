@@ -10,8 +10,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// Moving a stream takes a few milliseconds; a session manager that has not answered by then will not.
-constexpr auto patience = 3s;
+// This takes a few milliseconds; a session manager that has not answered by then will not.
+constexpr auto patience = 6s;
 
 }  // namespace
 
@@ -24,8 +24,7 @@ bool Handover::step(pw_context& context, DefaultMetadata& metadata, const Publis
     pw_log_warn("brindlemux: the session manager does not move the streams of a device that changed its channels");
     return true;
   }
-  // Before the successor's ports are there a stream has nothing to be linked to.
-  if (!metadata.ready() || !successor->looped()) return false;
+  if (!metadata.ready() || !canBeUsed(context, *successor)) return false;
   bool over = true;
   for (pw_impl_node* const stream : serverStreams(context)) {
     const StreamTarget target(*stream, metadata);
@@ -37,6 +36,15 @@ bool Handover::step(pw_context& context, DefaultMetadata& metadata, const Publis
     }
   }
   return over;
+}
+
+// Before the session manager knows the successor's ports a stream has nothing to be linked to.
+bool Handover::canBeUsed(pw_context& context, const PublishedDevice& successor) {
+  if (!successor.looped()) return false;
+  if (std::exchange(introduced_, successor.sink().serial()) != successor.sink().serial()) {
+    introduction_ = std::make_unique<DeviceIntroduction>();
+  }
+  return introduction_->step(context, successor);
 }
 
 }  // namespace brindlemux::driver

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "driver/default_metadata.h"
+#include "driver/device_introduction.h"
 #include "driver/published_device.h"
 
 namespace brindlemux::driver {
@@ -29,8 +30,13 @@ class Handover {
   bool step(pw_context& context, DefaultMetadata& metadata, const PublishedDevice* successor);
 
  private:
+  bool canBeUsed(pw_context& context, const PublishedDevice& successor);
+
   std::string uid_;
   std::unique_ptr<PublishedDevice> old_;
+  /// Of the nodes of that serial.
+  std::unique_ptr<DeviceIntroduction> introduction_;
+  std::uint64_t introduced_ = 0;
   std::chrono::steady_clock::time_point deadline_;
   /// Serials of the streams that the session manager has been asked to move.
   std::set<std::uint64_t> asked_;

@@ -109,11 +109,14 @@ TEST_F(DriverHandover, aStreamThatFollowsTheDefaultFollowsItAfterwards) {
   const LinkWatch watch(server_);
   Recording recorder(server_, named("recorder", nativeRecorder("", 2)), "r.wav");
   ASSERT_NO_FATAL_FAILURE(expectLinked({"recorder"}, "a.source"));
-  for (const int channels : {4, 2}) {
+  const auto defaults = server_.launch({"stdbuf", "-oL", "pw-metadata", "-m", "0", "default.audio.source"});
+  ASSERT_TRUE(waitUntil([&] { return defaults->output().find("a.source") != std::string::npos; }));
+  for (const int channels : {4, 16, 3, 2}) {
     publish({{"a", "A", channels}});
     ASSERT_NO_FATAL_FAILURE(expectLinked({"recorder"}, "a.source"));
   }
   EXPECT_EQ(watch.everLinkedTo("recorder"), Names{"a.source"});
+  EXPECT_EQ(defaults->output().find("card.microphone"), std::string::npos) << defaults->output();
   EXPECT_EQ(metadata().find("target.object"), std::string::npos) << metadata();
   setDefaultSource("card.microphone");
   ASSERT_NO_FATAL_FAILURE(expectLinked({"recorder"}, "card.microphone"));
