@@ -1,58 +1,36 @@
 #include "driver/device_introduction.h"
 
 #include <algorithm>
-#include <charconv>
-#include <cstring>
-#include <spa/utils/string.h>
-#include <system_error>
+#include <utility>
+#include <vector>
+
+#include "driver/server_clients.h"
 
 namespace brindlemux::driver {
 namespace {
 
-using namespace std::chrono_literals;
-
-constexpr auto patience = 3s;
-// By the first it has the ports' information. By the others it has taken them in, which it does between two messages.
+// By the first it has the objects' information. By the others it has taken that in, which the session manager does
+// between two messages.
 constexpr int answersWanted = 3;
 
-int findDefaultMetadata(void* data, pw_global* global) noexcept {
-  if (!pw_global_is_type(global, PW_TYPE_INTERFACE_Metadata)) return 0;
-  const pw_properties* const properties = pw_global_get_properties(global);
-  if (!spa_streq(pw_properties_get(properties, PW_KEY_METADATA_NAME), "default")) return 0;
-  *static_cast<const char**>(data) = pw_properties_get(properties, PW_KEY_CLIENT_ID);
-  return 1;
+std::vector<pw_impl_port*> allPorts(const ServerNode& node) {
+  auto ports = node.ports(PW_DIRECTION_INPUT);
+  const auto outputs = node.ports(PW_DIRECTION_OUTPUT);
+  ports.insert(ports.end(), outputs.begin(), outputs.end());
+  return ports;
 }
 
-// The session manager is the client that implements the metadata object "default".
-pw_impl_client* sessionManager(pw_context& context) {
-  const char* text = nullptr;
-  pw_context_for_each_global(&context, findDefaultMetadata, &text);
-  std::uint32_t id = SPA_ID_INVALID;
-  if (text == nullptr || std::from_chars(text, text + std::strlen(text), id).ec != std::errc()) return nullptr;
-  pw_global* const global = pw_context_find_global(&context, id);
-  if (global == nullptr || !pw_global_is_type(global, PW_TYPE_INTERFACE_Client)) return nullptr;
-  return static_cast<pw_impl_client*>(pw_global_get_object(global));
+bool hasAskedFor(const pw_impl_client& client, const ServerNode& node) {
+  return node.node() != nullptr && hasBound(client, pw_impl_node_get_global(node.node()));
 }
 
-int isOfClient(void* client, pw_resource* resource) noexcept {
-  return pw_resource_get_client(resource) == client ? 1 : 0;
-}
-
-bool hasAskedFor(pw_context& context, pw_impl_client& client, pw_impl_port* port) {
-  pw_global* const global = pw_context_find_global(&context, pw_impl_port_get_info(port)->id);
-  return global != nullptr && pw_global_for_each_resource(global, isOfClient, &client) != 0;
-}
-
-bool hasAskedForAll(pw_context& context, pw_impl_client& client, const PublishedDevice& device) {
-  for (const ServerNode* const node : {&device.sink(), &device.source()}) {
-    for (const pw_direction direction : {PW_DIRECTION_INPUT, PW_DIRECTION_OUTPUT}) {
-      const auto ports = node->ports(direction);
-      if (!std::ranges::all_of(ports, [&](pw_impl_port* port) { return hasAskedFor(context, client, port); })) {
-        return false;
-      }
-    }
-  }
-  return true;
+bool hasAskedForAsMuch(const pw_impl_client& client, DeviceIntroduction::Interest interest, const ServerNode& former,
+                       const ServerNode& node) {
+  const auto hasBoundPort = [&client](pw_impl_port* port) { return hasBound(client, portGlobal(*port)); };
+  const bool all = interest == DeviceIntroduction::Interest::everything;
+  if ((all || hasAskedFor(client, former)) && !hasAskedFor(client, node)) return false;
+  const bool wantsPorts = all || std::ranges::any_of(allPorts(former), hasBoundPort);
+  return !wantsPorts || std::ranges::all_of(allPorts(node), hasBoundPort);
 }
 
 }  // namespace
@@ -70,19 +48,20 @@ const pw_resource_events DeviceIntroduction::connectionEvents = [] {
   return events;
 }();
 
-bool DeviceIntroduction::step(pw_context& context, const PublishedDevice& device) {
-  const auto now = std::chrono::steady_clock::now();
-  if (!deadline_) deadline_ = now + patience;
-  if (now >= *deadline_) return true;
-  pw_impl_client* const client = sessionManager(context);
-  if (client == nullptr) return false;
-  if (!hasAskedForAll(context, *client, device)) {
-    // Ports have been replaced: what has been answered was about the former ones.
+DeviceIntroduction::DeviceIntroduction(std::chrono::milliseconds patience)
+    : deadline_(std::chrono::steady_clock::now() + patience) {}
+
+bool DeviceIntroduction::step(pw_impl_client& client, Interest interest, const PublishedDevice& former,
+                              const PublishedDevice& device) {
+  if (std::chrono::steady_clock::now() >= deadline_) return true;
+  if (!hasAskedForAsMuch(client, interest, former.sink(), device.sink()) ||
+      !hasAskedForAsMuch(client, interest, former.source(), device.source())) {
+    // Ports may have been replaced: what has been answered was about the former ones.
     forgetConnection();
     return false;
   }
   if (answers_ >= answersWanted) return true;
-  pw_resource* const connection = pw_impl_client_get_core_resource(client);
+  pw_resource* const connection = pw_impl_client_get_core_resource(&client);
   if (connection != nullptr) ask(*connection);
   return false;
 }

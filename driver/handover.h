@@ -2,8 +2,8 @@
 
 #include <chrono>
 #include <cstdint>
+#include <map>
 #include <memory>
-#include <optional>
 #include <set>
 #include <string>
 
@@ -30,14 +30,19 @@ class Handover {
   bool step(pw_context& context, DefaultMetadata& metadata, const PublishedDevice* successor);
 
  private:
-  bool canBeUsed(pw_context& context, const PublishedDevice& successor);
+  void beginWith(const PublishedDevice& successor);
+  bool managerKnows(pw_context& context, const PublishedDevice& successor);
+  bool othersKnow(const PublishedDevice& successor);
+  bool moveStreams(pw_context& context, DefaultMetadata& metadata, const PublishedDevice& successor);
 
   std::string uid_;
   std::unique_ptr<PublishedDevice> old_;
-  /// Of the nodes of that serial.
-  std::unique_ptr<DeviceIntroduction> introduction_;
-  std::uint64_t introduced_ = 0;
   std::chrono::steady_clock::time_point deadline_;
+  /// The serial of the successor that the introductions are about.
+  std::uint64_t introduced_ = 0;
+  std::unique_ptr<DeviceIntroduction> toManager_;
+  /// By the clients' serials.
+  std::map<std::uint64_t, std::unique_ptr<DeviceIntroduction>> toOthers_;
   /// Serials of the streams that the session manager has been asked to move.
   std::set<std::uint64_t> asked_;
 };

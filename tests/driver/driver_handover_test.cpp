@@ -122,6 +122,19 @@ TEST_F(DriverHandover, aStreamThatFollowsTheDefaultFollowsItAfterwards) {
   ASSERT_NO_FATAL_FAILURE(expectLinked({"recorder"}, "card.microphone"));
 }
 
+TEST_F(DriverHandover, aStreamThatMustNotBeMovedEndsRatherThanLandElsewhere) {
+  publish({{"a", "A", 2}});
+  const LinkWatch watch(server_);
+  auto command = nativeRecorder("a.source", 2);
+  command.emplace_back("--properties={\"node.name\":\"recorder\",\"node.dont-reconnect\":true}");
+  Recording recorder(server_, command, "r.wav");
+  ASSERT_NO_FATAL_FAILURE(expectLinked({"recorder"}, "a.source"));
+  publish({{"a", "A", 4}});
+  // That is the session manager's doing, at the stream's own wish.
+  EXPECT_TRUE(waitUntil([&] { return dump().nodesNamed("recorder").empty(); })) << server_.logs();
+  EXPECT_EQ(watch.everLinkedTo("recorder"), Names{"a.source"});
+}
+
 TEST_F(DriverHandover, whatTheStreamItselfSaidIsNotRememberedAsAChoice) {
   publish({{"a", "A", 2}});
   const auto sinkSerial = std::to_string(dump().node("a")->serial);

@@ -1,5 +1,6 @@
 #include "platform/pipewire/server_connection.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <ctime>
 
@@ -33,7 +34,7 @@ ServerConnection::ServerConnection(Delegate& delegate) : delegate_(delegate) {
   context_ = pw_context_new(loop, pw_properties_new(PW_KEY_CONFIG_NAME, "client-rt.conf", nullptr), 0);
   if (context_ == nullptr) fatalError("cannot make the audio server's context");
   updateEvent_ = pw_loop_add_event(
-      loop, [](void* data, std::uint64_t) { static_cast<ServerConnection*>(data)->delegate_.serverUpdated(); }, this);
+      loop, [](void* data, std::uint64_t) { static_cast<ServerConnection*>(data)->update(); }, this);
   lostEvent_ = pw_loop_add_event(
       loop, [](void* data, std::uint64_t) { static_cast<ServerConnection*>(data)->disconnect(); }, this);
   retryTimer_ = pw_loop_add_timer(
@@ -76,6 +77,18 @@ bool ServerConnection::roundTrip(std::chrono::milliseconds timeout) {
     if (pw_thread_loop_timed_wait_full(loop_, &deadline) != 0) return false;
   }
   return core_ != nullptr && !lost_;
+}
+
+bool ServerConnection::waitUntil(const std::function<bool()>& condition,
+                                 std::chrono::steady_clock::time_point deadline) {
+  const Lock lock(*this);
+  timespec end{};
+  const auto left = std::max(deadline - std::chrono::steady_clock::now(), std::chrono::steady_clock::duration::zero());
+  pw_thread_loop_get_time(loop_, &end, std::chrono::nanoseconds(left).count());
+  while (!condition()) {
+    if (pw_thread_loop_timed_wait_full(loop_, &end) != 0) return false;
+  }
+  return true;
 }
 
 void ServerConnection::signalUpdate() { pw_loop_signal_event(pw_thread_loop_get_loop(loop_), updateEvent_); }
@@ -131,8 +144,13 @@ void ServerConnection::disconnect() {
   spa_hook_remove(&coreListener_);
   pw_core_disconnect(core_);
   core_ = nullptr;
-  delegate_.serverUpdated();
+  update();
   retryLater();
+}
+
+void ServerConnection::update() {
+  delegate_.serverUpdated();
+  pw_thread_loop_signal(loop_, false);
 }
 
 void ServerConnection::retryLater() {

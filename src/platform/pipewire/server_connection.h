@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <pipewire/pipewire.h>
 
@@ -54,6 +55,10 @@ class ServerConnection {
   /// Threads: any but the event loop's; must not hold the lock.
   bool roundTrip(std::chrono::milliseconds timeout);
 
+  /// Waits until the condition holds, which is asked with the lock held, at first and after every `serverUpdated`.
+  /// Returns whether it came to hold. Threads: any but the event loop's; must not hold the lock.
+  bool waitUntil(const std::function<bool()>& condition, std::chrono::steady_clock::time_point deadline);
+
   /// Asks for `serverUpdated`. Threads: any.
   void signalUpdate();
 
@@ -62,6 +67,7 @@ class ServerConnection {
   static void onCoreError(void* data, std::uint32_t id, int sequence, int result, const char* message);
   void connect();
   void disconnect();
+  void update();
   void retryLater();
 
   Delegate& delegate_;

@@ -1,6 +1,10 @@
 #include "platform/pipewire/server_properties.h"
 
+#include <algorithm>
+#include <chrono>
 #include <pipewire/extensions/metadata.h>
+#include <utility>
+#include <variant>
 
 #include "model/driver_payload.h"
 #include "platform/driver_config.h"
@@ -10,6 +14,8 @@ namespace brindlemux {
 namespace {
 
 constexpr std::chrono::milliseconds answerTimeout{1000};
+/// How much of that may go into waiting for a device that changes. It takes some 20 ms on an idle machine.
+constexpr std::chrono::milliseconds changeTimeout{500};
 
 BufferLayout monoBuffers(std::size_t channels) { return {std::vector<std::uint32_t>(channels, 1)}; }
 
@@ -34,6 +40,7 @@ OSStatus ServerProperties::read(AudioObjectID object, const AudioObjectPropertyA
     found = ofSystem(address.selector, qualifier);
   } else if (const DeviceRecord* const device = server_.device(object)) {
     found = ofDevice(*device, address);
+    if (address.selector == kAudioDevicePropertyBufferFrameSize) found = server_.bufferFrames(object);
   } else if (const ProcessRecord* const process = server_.process(object)) {
     found = ofProcess(*process, address.selector);
   } else if (object != kAudioObjectUnknown && object == server_.driverID()) {
@@ -98,8 +105,6 @@ std::optional<PropertyValue> ServerProperties::ofDevice(const DeviceRecord& devi
       return device.name;
     case kAudioDevicePropertyNominalSampleRate:
       return server_.graphRateHz();
-    case kAudioDevicePropertyBufferFrameSize:
-      return server_.bufferFrames(device.id);
     case kAudioDevicePropertyStreamConfiguration:
       if (address.scope == kAudioObjectPropertyScopeInput) return monoBuffers(device.capturePorts.size());
       if (address.scope == kAudioObjectPropertyScopeOutput) return monoBuffers(device.playbackPorts.size());
@@ -165,6 +170,7 @@ OSStatus ServerProperties::writeDriverList(const PropertyValue& value) {
   const auto* const dictionary = std::get_if<DictionaryValue>(&value);
   if (dictionary == nullptr) return kAudioHardwareIllegalOperationError;
   const std::string text = jsonFromDictionary(*dictionary);
+  const auto start = std::chrono::steady_clock::now();
   {
     const auto guard = server_.lock();
     const ServerMetadata* const driver = server_.driverMetadata();
@@ -173,13 +179,31 @@ OSStatus ServerProperties::writeDriverList(const PropertyValue& value) {
                              "Spa:String:JSON", text.c_str());
   }
   if (!server_.roundTrip(answerTimeout)) return kAudioHardwareNotRunningError;
-  // The driver answers a write by showing the list in force: this one where it accepts it.
+  const OSStatus status = statusOfWrite(text);
+  if (status != noErr) return status;
+  // A device that changes its channels is about to be another one: who opened it now would have to open it again.
+  const auto now = std::chrono::steady_clock::now();
+  server_.waitUntil([&] { return !isAnyChanging(text); }, std::min(now + changeTimeout, start + answerTimeout));
+  return noErr;
+}
+
+// The driver answers a write by showing the list in force: this one where it accepts it.
+OSStatus ServerProperties::statusOfWrite(const std::string& text) const {
   const auto guard = server_.lock();
   const ServerMetadata* const driver = server_.driverMetadata();
   if (driver == nullptr) return kAudioHardwareNotRunningError;
   const auto shown = driver->values.find(driverPropertyKey);
   const bool isAccepted = shown != driver->values.end() && isSameJSON(shown->second, text);
   return isAccepted ? noErr : kAudioHardwareIllegalOperationError;
+}
+
+bool ServerProperties::isAnyChanging(const std::string& text) const {
+  const auto decoded = decodeDriverPayload(text);
+  const auto* const configs = std::get_if<std::vector<VirtualDeviceConfig>>(&decoded);
+  return configs != nullptr && std::ranges::any_of(*configs, [this](const VirtualDeviceConfig& config) {
+           const DeviceRecord* const device = server_.deviceWithUID(config.uid);
+           return device != nullptr && std::cmp_not_equal(device->playbackPorts.size(), config.channels);
+         });
 }
 
 }  // namespace brindlemux

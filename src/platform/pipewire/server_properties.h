@@ -1,6 +1,7 @@
 #pragma once
 
 #include <optional>
+#include <string>
 
 #include "platform/audio_types.h"
 #include "platform/pipewire/server_state.h"
@@ -25,6 +26,9 @@ class ServerProperties {
   std::optional<PropertyValue> ofDriver(const AudioObjectPropertyAddress& address);
   static std::optional<PropertyValue> ofProcess(const ProcessRecord& process, FourCharCode selector);
   OSStatus writeDriverList(const PropertyValue& value);
+  OSStatus statusOfWrite(const std::string& text) const;
+  /// Whether one of the devices that the list names is still published with another number of channels. Hold the lock.
+  bool isAnyChanging(const std::string& text) const;
   OSStatus writeNominalRate(const PropertyValue& value);
 
   ServerState& server_;

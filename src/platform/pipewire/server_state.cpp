@@ -49,12 +49,18 @@ const std::vector<DeviceRecord>& ServerState::devices() {
   if (devicesRevision_ != mirror_.revision()) {
     devices_ = listDevices(mirror_, ids_);
     devicesRevision_ = mirror_.revision();
+    for (const DeviceRecord& device : devices_) {
+      if (device.isVirtual) virtualUIDs_.try_emplace(device.id, device.uid);
+    }
   }
   return devices_;
 }
 
 const DeviceRecord* ServerState::device(AudioObjectID id) {
-  return firstOf(devices(), [&](const DeviceRecord& device) { return device.id == id; });
+  const DeviceRecord* const found = firstOf(devices(), [&](const DeviceRecord& device) { return device.id == id; });
+  if (found != nullptr) return found;
+  const auto former = virtualUIDs_.find(id);
+  return former == virtualUIDs_.end() ? nullptr : deviceWithUID(former->second);
 }
 
 const DeviceRecord* ServerState::deviceWithUID(std::string_view uid) {
@@ -146,6 +152,7 @@ void ServerState::serverConnected(pw_core* core) {
 void ServerState::serverDisconnected() {
   routes_.disconnect();
   mirror_.detach();
+  virtualUIDs_.clear();
 }
 
 void ServerState::serverUpdated() {

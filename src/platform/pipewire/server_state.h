@@ -5,6 +5,7 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <tuple>
 #include <vector>
@@ -39,6 +40,8 @@ class ServerState final : public RunningApplications, private ServerConnection::
   RouteTable& routes() noexcept { return routes_; }
 
   const std::vector<DeviceRecord>& devices();
+  /// An ID of one of the driver's devices stands for the device of that UID as long as the server lives: when the
+  /// device is made anew, with other channels, who has opened it is not suddenly left with nothing.
   const DeviceRecord* device(AudioObjectID id);
   const DeviceRecord* deviceWithUID(std::string_view uid);
   /// The device that the session has chosen as the default output.
@@ -68,6 +71,11 @@ class ServerState final : public RunningApplications, private ServerConnection::
   /// Waits until the server has answered everything sent before. Threads: the main thread, without the lock.
   bool roundTrip(std::chrono::milliseconds timeout) { return connection_.roundTrip(timeout); }
 
+  /// Waits until the condition holds, which is asked with the lock held. Threads: the main thread, without the lock.
+  bool waitUntil(const std::function<bool()>& condition, std::chrono::steady_clock::time_point deadline) {
+    return connection_.waitUntil(condition, deadline);
+  }
+
   /// Threads: any; takes the lock.
   std::optional<RunningApplication> withProcessID(std::int32_t pid) const override;
 
@@ -91,6 +99,8 @@ class ServerState final : public RunningApplications, private ServerConnection::
   ProcessCatalog processCatalog_;
   std::vector<DeviceRecord> devices_;
   std::optional<std::uint64_t> devicesRevision_;
+  /// The UIDs of the driver's devices, by every ID that they have had on this server.
+  std::map<AudioObjectID, std::string> virtualUIDs_;
   std::vector<ProcessRecord> processes_;
   std::optional<std::uint64_t> processesRevision_;
   std::map<AudioObjectID, std::uint32_t> bufferFrames_;

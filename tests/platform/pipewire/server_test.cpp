@@ -52,16 +52,71 @@ TEST_F(PipeWireServerWithDriver, aVirtualDeviceStaysListedWhileItsChannelsChange
   const auto player = server_.launch({"pw-play", "--target", virtualUID, writeTone().string()});
   for (const std::int64_t count : {6, 4, 16, 2}) {
     ASSERT_TRUE(waitUntil(isPlayedAlone)) << server_.logs();
-    ASSERT_TRUE(driver.writeDevices({{.uid = virtualUID, .name = "Device", .channels = count}}));
+    // Asks without a pause: the successor's ports come within milliseconds, while the write is under way.
+    std::atomic<bool> isOver = false;
     int absences = 0;
-    // Asks without a pause: the successor's ports come within milliseconds.
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (!hasChannels(static_cast<std::size_t>(count)) && std::chrono::steady_clock::now() < end) {
-      if (device(virtualUID) == kAudioObjectUnknown) ++absences;
-    }
-    EXPECT_TRUE(hasChannels(static_cast<std::size_t>(count))) << server_.logs();
+    std::thread reader([&] {
+      while (!isOver) {
+        if (device(virtualUID) == kAudioObjectUnknown) ++absences;
+      }
+    });
+    EXPECT_TRUE(driver.writeDevices({{.uid = virtualUID, .name = "Device", .channels = count}}));
+    EXPECT_TRUE(waitUntil([&] { return hasChannels(static_cast<std::size_t>(count)); })) << server_.logs();
+    isOver = true;
+    reader.join();
     EXPECT_EQ(absences, 0) << "on the way to " << count << " channels";
   }
+}
+
+TEST_F(PipeWireServerWithDriver, aChangeOfChannelsIsDoneWhenItsWriteReturns) {
+  DriverConfig driver(*hardware_);
+  ASSERT_TRUE(driver.writeDevices({{.uid = virtualUID, .name = "Device", .channels = 2}}));
+  ASSERT_TRUE(waitUntil([&] { return device(virtualUID) != kAudioObjectUnknown; })) << server_.logs();
+  for (const std::int64_t count : {6, 4, 16, 2}) {
+    const AudioObjectID before = device(virtualUID);
+    ASSERT_TRUE(driver.writeDevices({{.uid = virtualUID, .name = "Device", .channels = count}}));
+    // A busy machine may take longer than the program waits.
+    EXPECT_TRUE(waitUntil([&] { return device(virtualUID) != before; })) << server_.logs();
+    EXPECT_EQ(channels(virtualUID, kAudioObjectPropertyScopeInput), static_cast<std::size_t>(count));
+    EXPECT_EQ(channels(virtualUID, kAudioObjectPropertyScopeOutput), static_cast<std::size_t>(count));
+  }
+}
+
+TEST_F(PipeWireServerWithDriver, theIDOfADeviceThatChangedItsChannelsStandsForItsSuccessor) {
+  DriverConfig driver(*hardware_);
+  ASSERT_TRUE(driver.writeDevices({{.uid = virtualUID, .name = "Device", .channels = 8}}));
+  ASSERT_TRUE(waitUntil([&] { return device(virtualUID) != kAudioObjectUnknown; })) << server_.logs();
+  const AudioObjectID former = device(virtualUID);
+  const std::uint32_t frames = 512;
+  EXPECT_EQ(hardware_->setPropertyData(former, global(kAudioDevicePropertyBufferFrameSize), frames), noErr);
+  ASSERT_TRUE(driver.writeDevices({{.uid = virtualUID, .name = "Device", .channels = 4}}));
+  ASSERT_TRUE(waitUntil([&] { return device(virtualUID) != former; })) << server_.logs();
+  // The former nodes go a moment after that.
+  ASSERT_TRUE(waitUntil([&] { return ServerDump(server_).nodesNamed(virtualUID).size() == 1; })) << server_.logs();
+
+  const Discovery discovery(*hardware_, hardware_->runningApplications());
+  EXPECT_GT(discovery.nominalSampleRate(former), 0);
+  EXPECT_EQ(discovery.deviceChannelCount(former, kAudioObjectPropertyScopeInput), 4);
+  EXPECT_EQ(read<std::uint32_t>(former, global(kAudioDevicePropertyBufferFrameSize)), frames);
+  const auto isLooped = [this] {
+    const ServerDump dump(server_);
+    const auto source = dump.node(std::string(virtualUID) + ".source");
+    const auto input = dump.node(std::string("brindlemux.input.") + virtualUID);
+    return source && input && dump.linkCount(*source, *input) == 4;
+  };
+  AudioDeviceIOProcID procedure = 0;
+  ASSERT_EQ(hardware_->createIOProc(
+                former, "test", [](AudioBufferList) {}, procedure),
+            noErr);
+  ASSERT_EQ(hardware_->startDevice(former, procedure), noErr);
+  EXPECT_TRUE(waitUntil(isLooped)) << server_.logs();
+  EXPECT_EQ(hardware_->destroyIOProc(former, procedure), noErr);
+
+  ASSERT_TRUE(driver.writeDevices({}));
+  EXPECT_TRUE(waitUntil([&] { return device(virtualUID) == kAudioObjectUnknown; })) << server_.logs();
+  EXPECT_EQ(hardware_->createIOProc(
+                former, "test", [](AudioBufferList) {}, procedure),
+            kAudioHardwareBadDeviceError);
 }
 
 #endif
