@@ -9,7 +9,8 @@
 namespace brindlemux {
 namespace {
 
-constexpr std::chrono::milliseconds answerTimeout{1000};
+/// The window stands still meanwhile: with all that goes with a command it must not take a second.
+constexpr std::chrono::milliseconds answerTimeout{800};
 
 BufferLayout monoBuffers(std::size_t channels) { return {std::vector<std::uint32_t>(channels, 1)}; }
 
