@@ -179,6 +179,19 @@ TEST(CreateVirtualDevice, refusalIsShownAgainEachTime) {
   EXPECT_EQ(program.state->errorMessage(), "Failed to create virtual device");
 }
 
+TEST(CreateVirtualDevice, writeThatTheServerCarriesOutTooLateIsShown) {
+  Started program({device("A")});
+  program.refuseWrites();
+  program.state->createVirtualDevice();
+  ASSERT_THAT(program.state->virtualDevices(), ElementsAre(device("A")));
+  program.hardware.journal().clearFaults();
+  program.publish({device("A"), device("Late")});
+  program.advance(AppState::refreshInterval);
+  EXPECT_THAT(program.state->virtualDevices(), ElementsAre(device("A"), device("Late")));
+  EXPECT_TRUE(program.state->graphs().contains(device("Late").uid));
+  EXPECT_EQ(AppStateProbe::engineCount(*program.state), 2U);
+}
+
 TEST(CreateVirtualDevice, failsWithoutDriver) {
   SimulatedProgram program;
   program.start();

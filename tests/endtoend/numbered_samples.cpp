@@ -1,6 +1,7 @@
 #include "endtoend/numbered_samples.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace brindlemux::test {
 namespace {
@@ -20,16 +21,27 @@ std::string describeDeparture(const std::vector<float>& played, std::size_t expe
 
 }  // namespace
 
+std::uint32_t numberAfter(std::uint32_t number) {
+  // A full-period generator modulo 2^24: multiplier - 1 divisible by 4, odd increment.
+  return (number * 1140671485U + 12820163U) & 0xFFFFFFU;
+}
+
 std::vector<float> numberedSamples(std::size_t frames, std::uint32_t seed) {
   std::vector<float> samples(frames);
-  std::uint32_t state = seed;
+  std::uint32_t number = seed;
   for (float& sample : samples) {
-    // A full-period generator modulo 2^24: multiplier - 1 divisible by 4, odd increment.
-    state = (state * 1140671485U + 12820163U) & 0xFFFFFFU;
-    const float magnitude = 0.25F + static_cast<float>(state >> 1U) / static_cast<float>(1U << 24U);
-    sample = (state & 1U) != 0 ? magnitude : -magnitude;
+    number = numberAfter(number);
+    const float magnitude = 0.25F + static_cast<float>(number >> 1U) / static_cast<float>(1U << 24U);
+    sample = (number & 1U) != 0 ? magnitude : -magnitude;
   }
   return samples;
+}
+
+std::optional<std::uint32_t> numberOf(float sample, float scale) {
+  const float steps = (std::abs(sample / scale) - 0.25F) * static_cast<float>(1U << 24U);
+  const bool isNumbered = steps >= 0 && steps < static_cast<float>(1U << 23U) && steps == std::floor(steps);
+  if (!isNumbered) return std::nullopt;
+  return (static_cast<std::uint32_t>(steps) << 1U) | (sample > 0 ? 1U : 0U);
 }
 
 Comparison compare(const std::vector<float>& played, const std::vector<float>& recorded, std::size_t start) {

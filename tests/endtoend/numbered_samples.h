@@ -12,6 +12,11 @@ namespace brindlemux::test {
 /// that does not repeat for 2^24 frames. All of them lie below the limiter's knee of 0.9.
 std::vector<float> numberedSamples(std::size_t frames, std::uint32_t seed);
 
+/// Where in the order a sample of such a sound stands, that sample times `scale` being `sample`; nothing for others.
+std::optional<std::uint32_t> numberOf(float sample, float scale = 1.0F);
+/// The number that follows.
+std::uint32_t numberAfter(std::uint32_t number);
+
 /// How a recording follows what was played.
 struct Comparison {
   std::size_t exactFrames = 0;        ///< from the start of the comparison to the first departure

@@ -4,6 +4,9 @@
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
 
 #include "support/wait_until.h"
 
@@ -62,8 +65,10 @@ PrivateServer::PrivateServer(const PrivateServerOptions& options) {
   start();
 }
 
+void PrivateServer::begin() { script_ = std::make_unique<ChildProcess>(command_); }
+
 void PrivateServer::start() {
-  script_ = std::make_unique<ChildProcess>(command_);
+  begin();
   // The script gives up by itself after 20 seconds, with a reason.
   waitUntil([this] { return script_->output() == "ready\n" || !script_->running(); }, 30s);
   if (script_->output() != "ready\n") {
@@ -78,6 +83,19 @@ bool PrivateServer::stop() {
   const int status = script_->running() ? script_->stop(SIGTERM, 15s) : -1;
   script_.reset();
   return status == 0;
+}
+
+void PrivateServer::kill() { ::kill(processId("pipewire"), SIGKILL); }
+
+bool PrivateServer::acceptsClients() const {
+  sockaddr_un address = {};
+  address.sun_family = AF_UNIX;
+  const std::string path = socket();
+  path.copy(address.sun_path, sizeof address.sun_path - 1);
+  const int descriptor = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+  const bool isAccepted = connect(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+  close(descriptor);
+  return isAccepted;
 }
 
 bool PrivateServer::restartSessionManager() {

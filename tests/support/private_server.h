@@ -49,8 +49,14 @@ class PrivateServer {
 
   /// Ends the servers; whether they ended by themselves, orderly, when asked to.
   bool stop();
-  /// Starts them again in the same folder, after stop().
+  /// Starts them again in the same folder, after stop() or once they are not running after kill().
   void start();
+  /// start() without its wait: they come up while the caller does something else.
+  void begin();
+  /// Kills the server itself, as a crash would. The others end with it; running() says when they have.
+  void kill();
+  /// Whether the server takes new clients.
+  bool acceptsClients() const;
   bool running() { return script_ && script_->running(); }
   /// Restarts WirePlumber alone; returns whether a successor has taken its place and shown its default sink.
   bool restartSessionManager();

@@ -68,6 +68,13 @@ void AppState::refreshEnvironment() {
     return;
   }
   if (!driverInstalled_) return;
+  if (isListInDoubt_) {
+    const auto devices = driver_.readDevices();
+    if (devices && *devices != virtualDevices_) {
+      reload();
+      return;
+    }
+  }
   setProcesses(services_.engine.discovery.listAudioProcesses());
   setAudioDevices(services_.engine.discovery.listAudioDevices());
   reconcileEngines();

@@ -166,7 +166,8 @@ class AppState : public QObject {
   DeviceEngine& engineFor(const std::string& uid, const DeviceGraph& graph);
   void reportEngineError(const std::string& message);
   const VirtualDeviceConfig* findDevice(const std::string& uid) const;
-  /// Hands the driver its list; when it refuses, `failure` is the error line.
+  /// Hands the driver its list; when it refuses, `failure` is the error line. A server that does not answer in time may
+  /// still carry the write out: until a write succeeds, refreshes compare the list with the driver's.
   bool writeDevices(const std::vector<VirtualDeviceConfig>& devices, const char* failure);
   void setGraph(const std::string& uid, DeviceGraph graph);
   void refreshLater();
@@ -206,6 +207,7 @@ class AppState : public QObject {
   std::function<void()> devicesListener_;
   std::unique_ptr<ScheduledWork> refreshDebounce_;
   std::list<std::unique_ptr<ScheduledWork>> delayedRefreshes_;
+  bool isListInDoubt_ = false;
   bool isShutDown_ = false;
 };
 

@@ -72,7 +72,8 @@ void AppState::setChannels(const QString& uidText, int channels) {
 }
 
 bool AppState::writeDevices(const std::vector<VirtualDeviceConfig>& devices, const char* failure) {
-  if (driver_.writeDevices(devices)) return true;
+  isListInDoubt_ = !driver_.writeDevices(devices);
+  if (!isListInDoubt_) return true;
   setErrorMessage(failure);
   return false;
 }

@@ -13,7 +13,8 @@
 namespace brindlemux {
 namespace {
 
-constexpr std::chrono::milliseconds answerTimeout{1000};
+/// The window stands still meanwhile: with all that goes with a command it must not take a second.
+constexpr std::chrono::milliseconds answerTimeout{800};
 /// How much of that may go into waiting for a device that changes. It takes some 20 ms on an idle machine.
 constexpr std::chrono::milliseconds changeTimeout{500};
 

@@ -1,0 +1,120 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "endtoend/controller_session.h"
+#include "endtoend/levels.h"
+#include "endtoend/patch.h"
+#include "endtoend/routing_session.h"
+#include "support/child_process.h"
+
+namespace brindlemux::test {
+
+inline constexpr int noisyChannels = 6;
+
+/// An application, a microphone and all system audio, each to two channels of the device; the application's left and
+/// the microphone's left to the headphones.
+inline constexpr const char* noisyGraph = R"({
+  "BrindlemuxAudio_UID_5D9F2C1E-0B6A-4C38-9E47-1A2B3C4D5E6F": {
+    "deviceUID": "BrindlemuxAudio_UID_5D9F2C1E-0B6A-4C38-9E47-1A2B3C4D5E6F",
+    "latencyFrames": 1024,
+    "sources": [
+      {"id": "0F8FAD5B-D9CB-469F-A165-70867728950E", "kind": {"app": {"bundleID": "pw-cat", "name": "Player"}}},
+      {"id": "1F8FAD5B-D9CB-469F-A165-70867728950E", "kind": {"mic": {"deviceUID": "mic", "name": "Microphone"}}},
+      {"id": "2F8FAD5B-D9CB-469F-A165-70867728950E", "kind": {"systemAudio": {}}}
+    ],
+    "wires": [
+      {"sourceID": "0F8FAD5B-D9CB-469F-A165-70867728950E", "sourceChannel": 0, "outputChannel": 0},
+      {"sourceID": "0F8FAD5B-D9CB-469F-A165-70867728950E", "sourceChannel": 1, "outputChannel": 1},
+      {"sourceID": "1F8FAD5B-D9CB-469F-A165-70867728950E", "sourceChannel": 0, "outputChannel": 2},
+      {"sourceID": "1F8FAD5B-D9CB-469F-A165-70867728950E", "sourceChannel": 1, "outputChannel": 3},
+      {"sourceID": "2F8FAD5B-D9CB-469F-A165-70867728950E", "sourceChannel": 0, "outputChannel": 4},
+      {"sourceID": "2F8FAD5B-D9CB-469F-A165-70867728950E", "sourceChannel": 1, "outputChannel": 5}
+    ],
+    "monitors": [
+      {"id": "7C9E6679-7425-40DE-944B-E07FC1F90AE7", "deviceUID": "headphones", "name": "Headphones"}
+    ],
+    "monitorWires": [
+      {"outputChannel": 0, "monitorID": "7C9E6679-7425-40DE-944B-E07FC1F90AE7", "monitorChannel": 0},
+      {"outputChannel": 2, "monitorID": "7C9E6679-7425-40DE-944B-E07FC1F90AE7", "monitorChannel": 1}
+    ]
+  }
+})";
+
+inline constexpr float playedLeft = 0.25F;
+inline constexpr float playedRight = -0.125F;
+inline constexpr float spokenLeft = 0.3F;
+inline constexpr float spokenRight = -0.4F;
+/// The device's channels, then the headphones'.
+inline const std::vector<float> wholeSound = {playedLeft, playedRight, spokenLeft, spokenRight,
+                                              playedLeft, playedRight, playedLeft, spokenLeft};
+
+inline std::vector<PatchedPort> listenedPorts() {
+  std::vector<PatchedPort> ports;
+  for (std::size_t i = 0; i < noisyChannels; ++i)
+    ports.push_back({std::string(RoutingSession::deviceUID) + ".source", i});
+  for (std::size_t i = 0; i < 2; ++i) ports.push_back({"headphones", i});
+  return ports;
+}
+
+/// A desktop on which an application plays and somebody speaks, whatever becomes of the server. `wait` runs what the
+/// program needs until a condition holds.
+template <typename Wait>
+class NoisyDesktop {
+ public:
+  NoisyDesktop(RoutingSession& session, Wait wait) : session_(session), wait_(wait) {
+    constexpr std::size_t length = 100 * second;
+    file_ = session.writeStereo("levels.wav", std::vector<float>(length, playedLeft),
+                                std::vector<float>(length, playedRight));
+  }
+
+  /// A player ends with its server; like a person it is started again and again.
+  bool waitForWholeSound(std::chrono::milliseconds deadline = std::chrono::seconds(30)) {
+    return wait_(
+        [this] {
+          if (!player_ || !player_->running()) player_ = session_.play(file_);
+          return meter_.levels() == wholeSound;
+        },
+        deadline);
+  }
+
+  using Clock = std::chrono::steady_clock;
+  struct Return {
+    Clock::duration afterServer;
+    Clock::duration afterKill;
+  };
+
+  /// Kills the server, starts another one and waits for the sound.
+  Return restart() {
+    PrivateServer& server = session_.server();
+    const auto killed = Clock::now();
+    server.kill();
+    EXPECT_TRUE(wait_([&] { return !server.running(); }, std::chrono::seconds(30))) << session_.report();
+    meter_.forget();
+    server.begin();
+    EXPECT_TRUE(wait_([&] { return server.acceptsClients(); }, std::chrono::seconds(30))) << session_.report();
+    const auto returned = Clock::now();
+    EXPECT_TRUE(waitForWholeSound()) << testing::PrintToString(meter_.levels()) << session_.report();
+    const auto now = Clock::now();
+    return {.afterServer = now - returned, .afterKill = now - killed};
+  }
+
+  std::vector<float> levels() const { return meter_.levels(); }
+
+ private:
+  RoutingSession& session_;
+  ControllerSession::Environment environment_{session_};
+  Wait wait_;
+  LevelSource speaker_{"test-speaker", {{"mic", 0}, {"mic", 1}}, {spokenLeft, spokenRight}};
+  LevelMeter meter_{"test-meter", listenedPorts()};
+  std::filesystem::path file_;
+  std::unique_ptr<ChildProcess> player_;
+};
+
+}  // namespace brindlemux::test

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <cstdlib>
+
+namespace brindlemux::test {
+
+/// How often a test repeats what it does: `few` times, or as often as the environment's variable says.
+/// scripts/long-sessions.sh sets it.
+inline int repetitions(const char* variable, int few) {
+  const char* const text = std::getenv(variable);
+  const int count = text == nullptr ? 0 : std::atoi(text);
+  return count > 0 ? count : few;
+}
+
+/// Whether the test runs for long, and so may judge how long something takes.
+inline bool isLongRun(const char* variable) { return std::getenv(variable) != nullptr; }
+
+}  // namespace brindlemux::test
