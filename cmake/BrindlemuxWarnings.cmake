@@ -2,7 +2,10 @@
 add_library(brindlemux_flags INTERFACE)
 target_compile_options(brindlemux_flags INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast -Wnon-virtual-dtor
-  -Woverloaded-virtual -Wcast-align -Wduplicated-cond -Wlogical-op -Wnull-dereference -Wformat=2
+  -Woverloaded-virtual -Wcast-align $<$<CXX_COMPILER_ID:GNU>:-Wduplicated-cond$<SEMICOLON>-Wlogical-op>
+  -Wnull-dereference -Wformat=2
+  # The server's macros are full of them.
+  $<$<CXX_COMPILER_ID:Clang>:-Wno-gnu-statement-expression>
   # Designated initializers leave out what keeps its default.
   -Wno-missing-field-initializers
   # A product and its sum are rounded separately, whatever the target processor can fuse.
@@ -14,6 +17,9 @@ if(BRINDLEMUX_SANITIZE)
   # The analyses of null pointers and of uninitialised values misfire on instrumented code.
   target_compile_options(brindlemux_flags INTERFACE
     -fsanitize=${BRINDLEMUX_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all -Wno-null-dereference
-    -Wno-maybe-uninitialized)
+    $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
   target_link_options(brindlemux_flags INTERFACE -fsanitize=${BRINDLEMUX_SANITIZE})
+endif()
+if(BRINDLEMUX_LIBFUZZER)
+  target_compile_options(brindlemux_flags INTERFACE -fsanitize=fuzzer-no-link)
 endif()

@@ -6,6 +6,8 @@
 #include <memory>
 #include <set>
 
+#include "model/read_regular_file.h"
+
 namespace brindlemux {
 namespace {
 
@@ -16,6 +18,23 @@ struct FreeText {
   void operator()(char* text) const { g_free(text); }
 };
 using Text = std::unique_ptr<char, FreeText>;
+
+/// No desktop entry comes near this.
+constexpr std::size_t maximumBytes = std::size_t{1} << 20U;
+
+/// The value of a key, or nothing.
+Text valueOf(GKeyFile* keys, const std::string& key) {
+  GError* error = nullptr;
+  Text value(g_key_file_get_string(keys, G_KEY_FILE_DESKTOP_GROUP, key.c_str(), &error));
+  g_clear_error(&error);
+  return value;
+}
+
+/// The value of a key in the user's language. GLib's own look-up of it leaks where a value has an invalid escape.
+Text translatedValueOf(GKeyFile* keys, const std::string& key) {
+  const Text language(g_key_file_get_locale_for_key(keys, G_KEY_FILE_DESKTOP_GROUP, key.c_str(), nullptr));
+  return valueOf(keys, language ? key + '[' + language.get() + ']' : key);
+}
 
 /// The program that a command line starts, or an empty path.
 std::filesystem::path programOf(const char* commandLine) {
@@ -76,11 +95,14 @@ DesktopEntries::DesktopEntries(const std::vector<std::filesystem::path>& folders
 
 void DesktopEntries::addFile(const std::filesystem::path& file) {
   const std::unique_ptr<GKeyFile, FreeKeyFile> keys(g_key_file_new());
-  if (g_key_file_load_from_file(keys.get(), file.c_str(), G_KEY_FILE_NONE, nullptr) == FALSE) return;
+  // Whatever lies there: a pipe would never end.
+  const auto text = readRegularFile(file, maximumBytes);
+  if (!text || text->empty()) return;
+  if (g_key_file_load_from_data(keys.get(), text->data(), text->size(), G_KEY_FILE_NONE, nullptr) == FALSE) return;
   constexpr const char* group = G_KEY_FILE_DESKTOP_GROUP;
   if (g_key_file_get_boolean(keys.get(), group, G_KEY_FILE_DESKTOP_KEY_NO_DISPLAY, nullptr)) return;
-  const Text command(g_key_file_get_string(keys.get(), group, G_KEY_FILE_DESKTOP_KEY_EXEC, nullptr));
-  const Text name(g_key_file_get_locale_string(keys.get(), group, G_KEY_FILE_DESKTOP_KEY_NAME, nullptr, nullptr));
+  const Text command = valueOf(keys.get(), G_KEY_FILE_DESKTOP_KEY_EXEC);
+  const Text name = translatedValueOf(keys.get(), G_KEY_FILE_DESKTOP_KEY_NAME);
   if (!command || !name) return;
   const std::filesystem::path program = programOf(command.get());
   const std::string binary = program.filename().string();

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
+#include <limits>
 
 namespace brindlemux {
 namespace {
@@ -42,6 +43,12 @@ class Identity {
   std::vector<const PropertyMap*> maps_;
 };
 
+/// The number of a process, which is what a client says of itself where the kernel does not vouch for it.
+std::optional<std::int32_t> processNumber(std::optional<std::int64_t> number) {
+  if (!number || *number <= 0 || *number > std::numeric_limits<std::int32_t>::max()) return std::nullopt;
+  return static_cast<std::int32_t>(*number);
+}
+
 std::string baseName(std::string_view path) { return std::filesystem::path(path).filename().string(); }
 
 }  // namespace
@@ -62,9 +69,7 @@ std::optional<std::int32_t> ProcessCatalog::processOf(const ServerClient& client
   // Most sandboxes number their application 2: without their names all of them would be one process.
   const std::string_view sandbox = client.properties.value(portalApplicationKey);
   if (isPulse && stated && !sandbox.empty()) return standIn(sandbox, *stated);
-  const auto pid = isPulse ? (stated ? stated : vouched) : (vouched ? vouched : stated);
-  if (!pid || *pid <= 0) return std::nullopt;
-  return static_cast<std::int32_t>(*pid);
+  return processNumber(isPulse ? (stated ? stated : vouched) : (vouched ? vouched : stated));
 }
 
 const ServerClient* ProcessCatalog::clientOf(const ServerNode& node) const {
@@ -81,9 +86,7 @@ std::optional<std::int32_t> ProcessCatalog::processOf(const ServerNode& node) {
   if (const ServerClient* const client = clientOf(node)) {
     if (const auto pid = processOf(*client)) return pid;
   }
-  const auto stated = node.properties.number(PW_KEY_APP_PROCESS_ID);
-  if (!stated || *stated <= 0) return std::nullopt;
-  return static_cast<std::int32_t>(*stated);
+  return processNumber(node.properties.number(PW_KEY_APP_PROCESS_ID));
 }
 
 bool ProcessCatalog::isPlaybackNode(const ServerNode& node) const {

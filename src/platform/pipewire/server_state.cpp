@@ -1,10 +1,9 @@
 #include "platform/pipewire/server_state.h"
 
 #include <algorithm>
-#include <charconv>
 
 #include "model/driver_payload.h"
-#include "platform/pipewire/json_dictionary.h"
+#include "platform/pipewire/metadata_values.h"
 #include "platform/standard_float_format.h"
 
 namespace brindlemux {
@@ -16,12 +15,7 @@ constexpr std::uint32_t defaultBufferFrames = 256;
 std::optional<double> positiveNumber(const ServerMetadata* metadata, std::string_view key) {
   if (metadata == nullptr) return std::nullopt;
   const auto found = metadata->values.find(key);
-  if (found == metadata->values.end()) return std::nullopt;
-  std::uint32_t number = 0;
-  const std::string& text = found->second;
-  std::from_chars(text.data(), text.data() + text.size(), number);
-  if (number == 0) return std::nullopt;
-  return number;
+  return found == metadata->values.end() ? std::nullopt : positiveNumberIn(found->second);
 }
 
 template <typename Record, typename Predicate>
@@ -72,13 +66,8 @@ const DeviceRecord* ServerState::defaultOutputDevice() {
   if (defaults == nullptr) return nullptr;
   const auto value = defaults->values.find("default.audio.sink");
   if (value == defaults->values.end()) return nullptr;
-  const auto json = dictionaryFromJSON(value->second);
-  const auto* const dictionary = json ? std::get_if<Dictionary>(&json->value) : nullptr;
-  if (dictionary == nullptr) return nullptr;
-  const auto name = dictionary->find("name");
-  if (name == dictionary->end()) return nullptr;
-  const auto* const uid = std::get_if<std::string>(&name->second.value);
-  return uid == nullptr ? nullptr : deviceWithUID(*uid);
+  const auto name = nodeNameIn(value->second);
+  return name ? deviceWithUID(*name) : nullptr;
 }
 
 const std::vector<ProcessRecord>& ServerState::processes() {

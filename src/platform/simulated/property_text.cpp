@@ -10,6 +10,9 @@ template <typename... Cases>
 struct Overloaded : Cases... {
   using Cases::operator()...;
 };
+// Some compilers of the language's version do not deduce it for an aggregate.
+template <typename... Cases>
+Overloaded(Cases...) -> Overloaded<Cases...>;
 
 std::string numberText(double number) {
   std::ostringstream text;

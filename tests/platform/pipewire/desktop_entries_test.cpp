@@ -1,10 +1,12 @@
 #include "platform/pipewire/desktop_entries.h"
 
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <stdlib.h>
 #include <string>
+#include <sys/stat.h>
 
 namespace brindlemux {
 namespace {
@@ -78,6 +80,25 @@ TEST_F(DesktopEntriesTest, aFolderThatProgramsShareStandsForNone) {
   write("system/player.desktop", "[Desktop Entry]\nName=Player\nExec=" + (root_ / "bin/player").string() + "\n");
   EXPECT_TRUE(entries().forExecutable(root_ / "bin/player").has_value());
   EXPECT_FALSE(entries().forExecutable(root_ / "bin/other").has_value());
+}
+
+TEST_F(DesktopEntriesTest, takesTheNameInTheUsersLanguage) {
+  const char* const former = getenv("LANGUAGE");
+  const std::string kept = former == nullptr ? "" : former;
+  setenv("LANGUAGE", "de", 1);
+  write("system/player.desktop", "[Desktop Entry]\nName=Player\nName[de]=Spieler\nName[fr]=Lecteur\nExec=player\n");
+  EXPECT_EQ(entries().forBinary("player")->name, "Spieler");
+  former == nullptr ? unsetenv("LANGUAGE") : setenv("LANGUAGE", kept.c_str(), 1);
+}
+
+TEST_F(DesktopEntriesTest, whatIsNoFileOfItsSizeIsPassedOver) {
+  // Reading a pipe that nobody writes to would never end.
+  ASSERT_EQ(mkfifo((root_ / "system/pipe.desktop").c_str(), 0600), 0);
+  write("system/huge.desktop", "[Desktop Entry]\nName=Huge\nExec=huge\n");
+  std::filesystem::resize_file(root_ / "system/huge.desktop", std::uintmax_t{1} << 40U);  // sparse: takes no room
+  write("system/empty.desktop", "");
+  write("system/player.desktop", "[Desktop Entry]\nName=Player\nExec=player\n");
+  EXPECT_TRUE(entries().forBinary("player").has_value());
 }
 
 TEST_F(DesktopEntriesTest, aFolderThatCannotBeReadIsPassedOver) {
