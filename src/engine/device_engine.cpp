@@ -143,6 +143,10 @@ MeterSnapshot DeviceEngine::meterSnapshot() {
   return meter_.snapshot(runningRings(), *bus_, loopback);
 }
 
+std::optional<double> DeviceEngine::sampleRateHz() const {
+  return isRunning_ ? std::optional(services_.discovery.actualSampleRate(virtualDeviceID_)) : std::nullopt;
+}
+
 std::optional<std::int64_t> DeviceEngine::blockFrames() const noexcept {
   std::int64_t frames = virtualOutput_ != nullptr ? virtualOutput_->blockFrames() : 0;
   if (frames == 0 && deviceInputCapture_ != nullptr) frames = deviceInputCapture_->blockFrames();

@@ -54,6 +54,9 @@ class DeviceEngine {
   /// grant another one than asked for. Nothing before the first block, and while nothing runs.
   std::optional<std::int64_t> blockFrames() const noexcept;
 
+  /// The rate in Hz that the device runs at, where the engine's own is asked for. Nothing while nothing runs.
+  std::optional<double> sampleRateHz() const;
+
   /// What has happened since the engine last started, which is when it began to run something after nothing ran. Zeros
   /// before. What has been counted stays until the next start.
   EngineStatistics statistics() const noexcept { return counters_->statistics(); }
