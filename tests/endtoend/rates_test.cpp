@@ -181,6 +181,21 @@ TEST(ServerRates, aChangeDisturbsOnceAtMost) {
   expectOneDisturbanceEach(clock, forcedRate, {44100, 48000, 96000, 44100, 96000, 48000}, 96000 / 5);
 }
 
+TEST(ServerRates, theBlockAskedForStaysInFrames) {
+  ServerClock clock;
+  ASSERT_TRUE(clock.hear(48000)) << clock.report();
+  EXPECT_EQ(clock.state().sampleRateHz(ServerClock::uid()), 48000);
+  for (const int rateHz : {44100, 96000, 48000}) {
+    clock.set("clock.force-rate", rateHz);
+    EXPECT_TRUE(eventually([&] {
+      return clock.state().sampleRateHz(ServerClock::uid()) == rateHz &&
+             clock.state().blockFrames(ServerClock::uid()) == askedFrames;
+    })) << rateHz
+        << " Hz: blocks of " << clock.state().blockFrames(ServerClock::uid()).value_or(0) << " frames at "
+        << clock.state().sampleRateHz(ServerClock::uid()).value_or(0) << " Hz";
+  }
+}
+
 class ServerRate : public testing::TestWithParam<int> {};
 
 TEST_P(ServerRate, isTheRoutesOwnToTheLastBit) {

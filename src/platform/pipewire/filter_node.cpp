@@ -13,6 +13,11 @@ void fetchBuffers(std::span<void* const> ports, std::span<float*> buffers, std::
   }
 }
 
+/// The block that a node asks the server for, as a property of it.
+std::string latencyText(std::uint32_t frames, std::uint32_t rateHz) {
+  return std::to_string(frames) + "/" + std::to_string(rateHz);
+}
+
 }  // namespace
 
 FilterNode::FilterNode(pw_core* core, const FilterShape& shape, FilterProcess& process, std::function<void()> changed)
@@ -33,7 +38,7 @@ FilterNode::FilterNode(pw_core* core, const FilterShape& shape, FilterProcess& p
       PW_KEY_MEDIA_TYPE, "Audio", PW_KEY_MEDIA_CATEGORY, "Filter", PW_KEY_MEDIA_ROLE, "DSP", PW_KEY_NODE_NAME,
       shape.name.c_str(), PW_KEY_NODE_DESCRIPTION, shape.description.c_str(), PW_KEY_NODE_GROUP, schedulingGroup,
       PW_KEY_APP_NAME, applicationName, PW_KEY_APP_ID, applicationID, PW_KEY_APP_ICON_NAME, applicationID, nullptr);
-  pw_properties_setf(properties, PW_KEY_NODE_LATENCY, "%u/%u", shape.latencyFrames, shape.latencyRateHz);
+  pw_properties_set(properties, PW_KEY_NODE_LATENCY, latencyText(shape.latencyFrames, shape.latencyRateHz).c_str());
   filter_ = pw_filter_new(core, shape.name.c_str(), properties);
   if (filter_ == nullptr) return;
   pw_filter_add_listener(filter_, &listener_, &events, this);
@@ -48,6 +53,14 @@ FilterNode::FilterNode(pw_core* core, const FilterShape& shape, FilterProcess& p
 
 FilterNode::~FilterNode() {
   if (filter_ != nullptr) pw_filter_destroy(filter_);
+}
+
+void FilterNode::askForLatency(std::uint32_t frames, std::uint32_t rateHz) {
+  if (filter_ == nullptr) return;
+  const std::string text = latencyText(frames, rateHz);
+  const spa_dict_item item = {.key = PW_KEY_NODE_LATENCY, .value = text.c_str()};
+  const spa_dict latency = {.flags = 0, .n_items = 1, .items = &item};
+  pw_filter_update_properties(filter_, nullptr, &latency);
 }
 
 std::uint32_t FilterNode::globalID() const {
@@ -75,8 +88,10 @@ void FilterNode::onProcess(void* data, spa_io_position* position) {
   auto* const self = static_cast<FilterNode*>(data);
   if (position == nullptr) return;
   const auto frames = static_cast<std::uint32_t>(std::min<std::uint64_t>(position->clock.duration, maximumCycleFrames));
-  self->cycleRateHz_.store(position->clock.rate.denom, std::memory_order_relaxed);
+  const std::uint32_t rateHz = position->clock.rate.denom;
+  const std::uint32_t previousHz = self->cycleRateHz_.exchange(rateHz, std::memory_order_relaxed);
   self->cycleFrames_.store(frames, std::memory_order_relaxed);
+  if (previousHz != rateHz && previousHz != 0) self->changed_();
   fetchBuffers(self->inputPorts_, self->inputs_, frames);
   fetchBuffers(self->outputPorts_, self->outputs_, frames);
   self->process_.process(self->inputs_, self->outputs_, frames);

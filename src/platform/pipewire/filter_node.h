@@ -42,7 +42,8 @@ struct FilterShape {
 /// Threads: construct and destroy under the connection's lock; once destroyed, no callback of it runs.
 class FilterNode {
  public:
-  /// `process` is borrowed; `changed` is called when the node has reached another state.
+  /// `process` is borrowed; `changed` is called when the node has reached another state, and by the data thread when
+  /// the server has begun to run at another rate: it must not block.
   FilterNode(pw_core* core, const FilterShape& shape, FilterProcess& process, std::function<void()> changed);
   ~FilterNode();
   FilterNode(const FilterNode&) = delete;
@@ -50,6 +51,9 @@ class FilterNode {
 
   /// Whether the server was asked for the node.
   bool isValid() const noexcept { return filter_ != nullptr; }
+
+  /// Asks for another block size, or for the same one at another rate. The node runs on.
+  void askForLatency(std::uint32_t frames, std::uint32_t rateHz);
 
   /// The node's global ID, or SPA_ID_INVALID before the server has told it.
   std::uint32_t globalID() const;
