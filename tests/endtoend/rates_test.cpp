@@ -130,6 +130,7 @@ struct Setting {
   bool stopsNodes;  ///< for the change, so that a pause then is no fault of the machine's
 };
 constexpr Setting forcedRate = {"clock.force-rate", &GraphProbe::rateHz, true};
+constexpr Setting forcedBlock = {"clock.force-quantum", &GraphProbe::frames, false};
 
 /// Makes the change and listens until some time after. Nothing when the server does not make it.
 std::optional<ServerClock::Breaks> breaksOfChange(ServerClock& clock, const Setting& setting, int value,
@@ -219,6 +220,13 @@ TEST_P(ServerRate, isTheRoutesOwnToTheLastBit) {
 
 INSTANTIATE_TEST_SUITE_P(Rates, ServerRate, testing::Values(44100, 48000, 96000),
                          [](const auto& test) { return std::to_string(test.param); });
+
+TEST(ServerBlocks, aChangeDisturbsOnceAtMost) {
+  ServerClock clock;
+  ASSERT_TRUE(clock.hear(48000)) << clock.report();
+  // Two of the longest blocks.
+  expectOneDisturbanceEach(clock, forcedBlock, {32, 8192, 64, 4096, 1024, 128, 2048, 256}, 2 * 8192);
+}
 
 TEST(ServerBlocks, whatIsInEffectIsKnown) {
   ServerClock clock;

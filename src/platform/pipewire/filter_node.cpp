@@ -1,17 +1,12 @@
 #include "platform/pipewire/filter_node.h"
 
 #include <algorithm>
+#include <cstddef>
 
 #include "platform/pipewire/names.h"
 
 namespace brindlemux {
 namespace {
-
-void fetchBuffers(std::span<void* const> ports, std::span<float*> buffers, std::uint32_t frames) {
-  for (std::size_t i = 0; i < ports.size(); ++i) {
-    buffers[i] = static_cast<float*>(pw_filter_get_dsp_buffer(ports[i], frames));
-  }
-}
 
 /// The block that a node asks the server for, as a property of it.
 std::string latencyText(std::uint32_t frames, std::uint32_t rateHz) {
@@ -21,7 +16,11 @@ std::string latencyText(std::uint32_t frames, std::uint32_t rateHz) {
 }  // namespace
 
 FilterNode::FilterNode(pw_core* core, const FilterShape& shape, FilterProcess& process, std::function<void()> changed)
-    : process_(process), changed_(std::move(changed)), inputs_(shape.inputPorts), outputs_(shape.outputPorts) {
+    : process_(process),
+      changed_(std::move(changed)),
+      inputs_(shape.inputPorts),
+      outputs_(shape.outputPorts),
+      completed_(shape.inputPorts, std::vector<float>(maximumCycleFrames)) {
   static constexpr pw_filter_events events = {
       .version = PW_VERSION_FILTER_EVENTS,
       .destroy = nullptr,
@@ -84,6 +83,25 @@ void FilterNode::onState(void* data, pw_filter_state /*old*/, pw_filter_state /*
   static_cast<FilterNode*>(data)->changed_();
 }
 
+/// What a port has for this cycle, null when nothing is linked to it. In the cycle in which the server's blocks grow, a
+/// neighbour's buffer may hold one of the old length, with older sound behind it: the rest is silence.
+float* FilterNode::inputSamples(std::size_t port, std::uint32_t frames) noexcept {
+  pw_buffer* const buffer = pw_filter_dequeue_buffer(inputPorts_[port]);
+  if (buffer == nullptr) return nullptr;
+  const spa_data& data = buffer->buffer->datas[0];
+  const std::uint32_t offset = std::min(data.chunk->offset, data.maxsize);
+  const std::uint32_t held =
+      std::min(data.chunk->size, data.maxsize - offset) / static_cast<std::uint32_t>(sizeof(float));
+  auto* samples =
+      data.data == nullptr ? nullptr : reinterpret_cast<float*>(static_cast<std::byte*>(data.data) + offset);
+  pw_filter_queue_buffer(inputPorts_[port], buffer);
+  if (samples == nullptr || held >= frames) return samples;
+  std::vector<float>& completed = completed_[port];
+  std::copy_n(samples, held, completed.begin());
+  std::fill(completed.begin() + held, completed.begin() + frames, 0.0F);
+  return completed.data();
+}
+
 void FilterNode::onProcess(void* data, spa_io_position* position) {
   auto* const self = static_cast<FilterNode*>(data);
   if (position == nullptr) return;
@@ -92,8 +110,10 @@ void FilterNode::onProcess(void* data, spa_io_position* position) {
   const std::uint32_t previousHz = self->cycleRateHz_.exchange(rateHz, std::memory_order_relaxed);
   self->cycleFrames_.store(frames, std::memory_order_relaxed);
   if (previousHz != rateHz && previousHz != 0) self->changed_();
-  fetchBuffers(self->inputPorts_, self->inputs_, frames);
-  fetchBuffers(self->outputPorts_, self->outputs_, frames);
+  for (std::size_t i = 0; i < self->inputs_.size(); ++i) self->inputs_[i] = self->inputSamples(i, frames);
+  for (std::size_t i = 0; i < self->outputs_.size(); ++i) {
+    self->outputs_[i] = static_cast<float*>(pw_filter_get_dsp_buffer(self->outputPorts_[i], frames));
+  }
   self->process_.process(self->inputs_, self->outputs_, frames);
 }
 

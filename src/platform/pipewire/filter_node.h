@@ -67,6 +67,7 @@ class FilterNode {
   static void onState(void* data, pw_filter_state old, pw_filter_state state, const char* error);
   static void onProcess(void* data, spa_io_position* position);
   void addPorts(pw_direction direction, std::uint32_t count, std::vector<void*>& ports);
+  float* inputSamples(std::size_t port, std::uint32_t frames) noexcept;
 
   FilterProcess& process_;
   std::function<void()> changed_;
@@ -76,6 +77,8 @@ class FilterNode {
   std::vector<void*> outputPorts_;
   std::vector<float*> inputs_;
   std::vector<float*> outputs_;
+  /// For each input port what a buffer shorter than the cycle is completed in.
+  std::vector<std::vector<float>> completed_;
   std::atomic<std::uint32_t> cycleRateHz_{0};
   std::atomic<std::uint32_t> cycleFrames_{0};
 };
