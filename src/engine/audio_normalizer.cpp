@@ -60,7 +60,10 @@ void AudioNormalizer::process(const CapturedBuffer& buffer, double sampleRateHz,
     ring.write(buffer);
     return;
   }
-  if (converter_ == nullptr || converterInputHz_ != sampleRateHz || outChannels_ != ring.channels()) return;
+  if (converter_ == nullptr || converterInputHz_ != sampleRateHz || outChannels_ != ring.channels()) {
+    ring.counters().noteDroppedBlock();
+    return;
+  }
   Block block(buffer, outChannels_);
   // A block of a low rate grows beyond the output buffer; the converter runs until it has heard all of it.
   std::int64_t frames = maxOutFrames;

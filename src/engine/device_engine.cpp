@@ -33,6 +33,7 @@ void DeviceEngine::reconcile(std::int64_t deviceChannels, std::span<const AudioP
     stopAll();
     return;
   }
+  if (!std::exchange(isRunning_, true)) counters_->reset();
   const bool deviceChanged = virtualDeviceID_ != previous;
   reconcileSources(processes);
   reconcileVirtualOutput(deviceChanged);
@@ -51,7 +52,8 @@ void DeviceEngine::reconcileVirtualOutput(bool deviceChanged) {
   try {
     virtualOutput_ = std::make_unique<OutputEngine>(
         services_, virtualDeviceID_, deviceChannels_, bufferFrames(),
-        [bus = bus_](std::span<float* const> buffers, std::int64_t frames) { bus->renderVirtual(buffers, frames); });
+        [bus = bus_](std::span<float* const> buffers, std::int64_t frames) { bus->renderVirtual(buffers, frames); },
+        counters_);
   } catch (const std::exception& error) {
     lastError = error.what();
   }
@@ -65,7 +67,7 @@ void DeviceEngine::reconcileLoopback(bool deviceChanged) {
   }
   if (deviceInputCapture_ != nullptr) return;
   try {
-    deviceInputCapture_ = std::make_unique<InputEngine>(services_, virtualDeviceID_, bufferFrames());
+    deviceInputCapture_ = std::make_unique<InputEngine>(services_, virtualDeviceID_, bufferFrames(), counters_);
     bus_->setMonitorInputRing(deviceInputCapture_->ring());
   } catch (const std::exception& error) {
     lastError = error.what();
@@ -105,7 +107,8 @@ void DeviceEngine::reconcileMonitor(const MonitorNodeConfig& monitor, std::span<
         services_, device->id, channels, bufferFrames(),
         [bus = bus_, id = monitor.id](std::span<float* const> buffers, std::int64_t frames) {
           bus->renderMonitor(id, buffers, frames);
-        });
+        },
+        counters_);
     monitorOutputs_[monitor.id] = {std::move(output), channels, device->id};
   } catch (const std::exception& error) {
     lastError = error.what();
@@ -125,6 +128,7 @@ void DeviceEngine::stopAll() {
   for (auto& entry : sourceRuntimes_) entry.second->stop();
   sourceRuntimes_.clear();
   bus_->clear();
+  isRunning_ = false;
 }
 
 bool DeviceEngine::isCapturing(const UUID& source) const {
@@ -137,6 +141,10 @@ bool DeviceEngine::isPlaying(const UUID& monitor) const { return monitorOutputs_
 MeterSnapshot DeviceEngine::meterSnapshot() {
   SourceRing* loopback = deviceInputCapture_ == nullptr ? nullptr : deviceInputCapture_->ring().get();
   return meter_.snapshot(runningRings(), *bus_, loopback);
+}
+
+std::optional<double> DeviceEngine::sampleRateHz() const {
+  return isRunning_ ? std::optional(services_.discovery.actualSampleRate(virtualDeviceID_)) : std::nullopt;
 }
 
 std::optional<std::int64_t> DeviceEngine::blockFrames() const noexcept {

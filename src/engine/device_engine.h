@@ -7,8 +7,10 @@
 #include <string>
 #include <unordered_map>
 
+#include "engine/engine_counters.h"
 #include "engine/engine_meter.h"
 #include "engine/engine_services.h"
+#include "engine/engine_statistics.h"
 #include "engine/input_engine.h"
 #include "engine/meter_snapshot.h"
 #include "engine/mix_bus.h"
@@ -52,6 +54,13 @@ class DeviceEngine {
   /// grant another one than asked for. Nothing before the first block, and while nothing runs.
   std::optional<std::int64_t> blockFrames() const noexcept;
 
+  /// The rate in Hz that the device runs at, where the engine's own is asked for. Nothing while nothing runs.
+  std::optional<double> sampleRateHz() const;
+
+  /// What has happened since the engine last started, which is when it began to run something after nothing ran. Zeros
+  /// before. What has been counted stays until the next start.
+  EngineStatistics statistics() const noexcept { return counters_->statistics(); }
+
   /// The I/O block size that is asked for where a graph says `latencyFrames`.
   static std::int64_t clampedBufferFrames(std::int64_t latencyFrames) noexcept;
   /// Whether the source's capture runs, or the monitor's output does; false for a node that is not in the graph.
@@ -86,6 +95,9 @@ class DeviceEngine {
   /// Shared with the outputs' render functions, one of which a server may go on calling that refuses to stop it.
   const std::shared_ptr<MixBus> bus_ = std::make_shared<MixBus>();
   EngineMeter meter_;
+  /// Shared with what counts, for the same reason.
+  const std::shared_ptr<EngineCounters> counters_ = std::make_shared<EngineCounters>();
+  bool isRunning_ = false;
   std::unordered_map<UUID, std::unique_ptr<SourceRuntime>> sourceRuntimes_;
   std::unique_ptr<InputEngine> deviceInputCapture_;
   std::unique_ptr<OutputEngine> virtualOutput_;

@@ -73,7 +73,7 @@ void DeviceEngine::startCaptureIfNeeded(SourceRuntime& runtime, const SourceNode
     } else if (const auto* mic = std::get_if<MicSource>(&source.kind)) {
       startMicCapture(runtime, *mic);
     } else if (runtime.tapCapture == nullptr) {
-      runtime.tapCapture = std::make_unique<ProcessTapCapture>(services_, std::nullopt, bufferFrames());
+      runtime.tapCapture = std::make_unique<ProcessTapCapture>(services_, std::nullopt, bufferFrames(), counters_);
     }
   } catch (const std::exception& error) {
     lastError = error.what();
@@ -90,8 +90,8 @@ void DeviceEngine::startAppCapture(SourceRuntime& runtime, const AppSource& app,
   runtime.dropTap();
   const AudioProcessInfo* process = chooseProcess(processes, app.bundleID);
   if (process == nullptr) return;
-  runtime.tapCapture =
-      std::make_unique<ProcessTapCapture>(services_, std::vector<AudioObjectID>{process->id}, bufferFrames());
+  runtime.tapCapture = std::make_unique<ProcessTapCapture>(services_, std::vector<AudioObjectID>{process->id},
+                                                           bufferFrames(), counters_);
   runtime.resolvedPID = process->pid;
 }
 
@@ -103,7 +103,7 @@ void DeviceEngine::startMicCapture(SourceRuntime& runtime, const MicSource& mic)
     runtime.resolvedMicDeviceID = kAudioObjectUnknown;
   }
   if (!device) return;
-  runtime.micCapture = std::make_unique<InputEngine>(services_, *device, bufferFrames());
+  runtime.micCapture = std::make_unique<InputEngine>(services_, *device, bufferFrames(), counters_);
   runtime.resolvedMicDeviceID = *device;
 }
 

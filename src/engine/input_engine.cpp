@@ -1,6 +1,7 @@
 #include "engine/input_engine.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "engine/capture_path.h"
 #include "platform/audio_router_error.h"
@@ -17,10 +18,12 @@ constexpr AudioObjectPropertyAddress bufferSizeAddress = {
 }  // namespace
 
 struct InputEngine::State {
-  State(AudioHardware& audioHardware, AudioObjectID deviceID) : hardware(audioHardware), device(deviceID) {}
+  State(AudioHardware& audioHardware, AudioObjectID deviceID, std::shared_ptr<EngineCounters> engineCounters)
+      : hardware(audioHardware), device(deviceID), counters(std::move(engineCounters)) {}
 
   AudioHardware& hardware;
   const AudioObjectID device;
+  const std::shared_ptr<EngineCounters> counters;
   std::shared_ptr<SourceRing> ring;
   /// Shared with the block alone: a server that refuses to stop it finds a way into a ring that nobody reads.
   std::shared_ptr<CapturePath> path;
@@ -35,7 +38,8 @@ void InputEngine::State::start(const Discovery& discovery, std::int64_t bufferFr
   if (!(sampleRateHz > 0)) throw AudioRouterError("Could not determine device sample rate");
   const std::int64_t deviceChannels = discovery.deviceChannelCount(device, kAudioObjectPropertyScopeInput);
   if (deviceChannels < 1) throw AudioRouterError("Device has no input channels");
-  ring = std::make_shared<SourceRing>(std::min(deviceChannels, maximumChannels), captureRingFrames);
+  ring = std::make_shared<SourceRing>(std::min(deviceChannels, maximumChannels), captureRingFrames, fastestKernels(),
+                                      counters);
   hardware.setPropertyData(device, bufferSizeAddress, static_cast<std::uint32_t>(bufferFrames));
   const auto format = standardFloatFormat(sampleRateHz, ring->channels());
   if (!format) throw AudioRouterError("Failed to prepare input buffer");
@@ -50,8 +54,9 @@ void InputEngine::State::start(const Discovery& discovery, std::int64_t bufferFr
   check(status, "Starting input");
 }
 
-InputEngine::InputEngine(const EngineServices& services, AudioObjectID device, std::int64_t bufferFrames)
-    : state_(std::make_unique<State>(services.hardware, device)) {
+InputEngine::InputEngine(const EngineServices& services, AudioObjectID device, std::int64_t bufferFrames,
+                         std::shared_ptr<EngineCounters> counters)
+    : state_(std::make_unique<State>(services.hardware, device, std::move(counters))) {
   state_->start(services.discovery, bufferFrames);
 }
 

@@ -12,9 +12,11 @@ namespace brindlemux {
 /// Captures an input device into a ring of min(its input channels, 16) channels. Owns the I/O procedure.
 class InputEngine {
  public:
-  /// Starts capturing. `bufferFrames` is the I/O block size asked for. Threads: the main thread.
+  /// Starts capturing. `bufferFrames` is the I/O block size asked for; the ring counts in `counters`. Threads: the main
+  /// thread.
   /// Errors: AudioRouterError.
-  InputEngine(const EngineServices& services, AudioObjectID device, std::int64_t bufferFrames);
+  InputEngine(const EngineServices& services, AudioObjectID device, std::int64_t bufferFrames,
+              std::shared_ptr<EngineCounters> counters = std::make_shared<EngineCounters>());
   ~InputEngine();
   InputEngine(const InputEngine&) = delete;
   InputEngine& operator=(const InputEngine&) = delete;

@@ -213,15 +213,6 @@ std::vector<float> MixBus::takeOutputPeaks() {
   return peaks;
 }
 
-std::int64_t MixBus::repositionings() const {
-  std::unordered_set<const SourceRing*> rings;
-  for (const RenderEntry& entry : virtualPlan_) rings.insert(entry.ring.get());
-  if (monitorInputRing_ != nullptr) rings.insert(monitorInputRing_.get());
-  std::int64_t total = 0;
-  for (const SourceRing* ring : rings) total += ring->repositionings();
-  return total;
-}
-
 std::vector<RenderEntry> MixBus::virtualPlan() const { return virtualPlan_; }
 
 std::unordered_map<UUID, std::vector<Tap>> MixBus::monitorPlans() const { return monitorPlans_; }

@@ -61,9 +61,6 @@ class MixBus {
   /// The largest magnitude per output channel since the last call. Threads: the main thread.
   std::vector<float> takeOutputPeaks();
 
-  /// How often a reader of one of the current plans' rings was moved after it had started. Threads: the main thread.
-  std::int64_t repositionings() const;
-
   // What the plans hold, for tests and diagnostics. Threads: the main thread.
   std::vector<RenderEntry> virtualPlan() const;
   std::unordered_map<UUID, std::vector<Tap>> monitorPlans() const;

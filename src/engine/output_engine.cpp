@@ -74,7 +74,8 @@ class Silence final : public ConverterSource {
 }  // namespace
 
 struct OutputEngine::State final : ConverterSource {
-  State(const EngineServices& services, AudioObjectID device, std::int64_t channelCount, RenderFunction renderFunction);
+  State(const EngineServices& services, AudioObjectID device, std::int64_t channelCount, RenderFunction renderFunction,
+        std::shared_ptr<EngineCounters> engineCounters);
 
   void setUpConversion(double deviceRateHz);
   void createUnit();
@@ -82,6 +83,7 @@ struct OutputEngine::State final : ConverterSource {
   void stop();
 
   OSStatus performRender(AudioBufferList output, std::uint32_t frameCount) noexcept;
+  void renderBlock(float* target, std::int64_t frames) noexcept;
   void renderConverted(float* target, std::int64_t frames) noexcept;
   std::int64_t deliver(const PlanarBuffer& source, std::int64_t offset, std::int64_t frames, float* target) noexcept;
   void renderInto48k(std::int64_t frames, PlanarBuffer& target) noexcept;
@@ -92,6 +94,7 @@ struct OutputEngine::State final : ConverterSource {
   const std::int64_t channels;
   AudioUnitID unit = 0;
   RenderFunction render;
+  const std::shared_ptr<EngineCounters> counters;
   PlanarBuffer scratch;
   std::atomic<bool> stopped = false;
   std::atomic<std::int64_t> blockFrames = 0;
@@ -107,11 +110,12 @@ struct OutputEngine::State final : ConverterSource {
 };
 
 OutputEngine::State::State(const EngineServices& services, AudioObjectID deviceID, std::int64_t channelCount,
-                           RenderFunction renderFunction)
+                           RenderFunction renderFunction, std::shared_ptr<EngineCounters> engineCounters)
     : hardware(services.hardware),
       device(deviceID),
       channels(std::clamp<std::int64_t>(channelCount, 1, 16)),
-      render(std::move(renderFunction)) {}
+      render(std::move(renderFunction)),
+      counters(std::move(engineCounters)) {}
 
 void OutputEngine::State::setUpConversion(double deviceRateHz) {
   const auto engineFormat = standardFloatFormat(engineSampleRateHz, channels);
@@ -180,13 +184,19 @@ OSStatus OutputEngine::State::performRender(AudioBufferList output, std::uint32_
   const std::int64_t frames = std::min({std::int64_t{frameCount}, maxFrames, heldFrames});
   if (frames < 1) return noErr;
   blockFrames.store(frameCount, std::memory_order_relaxed);
+  const auto begin = std::chrono::steady_clock::now();
+  renderBlock(target.data, frames);
+  counters->noteRender(std::chrono::steady_clock::now() - begin);
+  return noErr;
+}
+
+void OutputEngine::State::renderBlock(float* target, std::int64_t frames) noexcept {
   if (converter != nullptr) {
-    renderConverted(target.data, frames);
-    return noErr;
+    renderConverted(target, frames);
+    return;
   }
   renderInto48k(frames, scratch);
-  deliver(scratch, 0, frames, target.data);
-  return noErr;
+  deliver(scratch, 0, frames, target);
 }
 
 void OutputEngine::State::renderConverted(float* target, std::int64_t frames) noexcept {
@@ -236,8 +246,8 @@ ConverterInput OutputEngine::State::pull(std::int64_t requested) noexcept {
 }
 
 OutputEngine::OutputEngine(const EngineServices& services, AudioObjectID device, std::int64_t channels,
-                           std::int64_t bufferFrames, RenderFunction render)
-    : state_(std::make_shared<State>(services, device, channels, std::move(render))) {
+                           std::int64_t bufferFrames, RenderFunction render, std::shared_ptr<EngineCounters> counters)
+    : state_(std::make_shared<State>(services, device, channels, std::move(render), std::move(counters))) {
   const double deviceRateHz = settledSampleRate(services, device);
   services.hardware.setPropertyData(device, global(kAudioDevicePropertyBufferFrameSize),
                                     static_cast<std::uint32_t>(bufferFrames));

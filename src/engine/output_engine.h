@@ -5,6 +5,7 @@
 #include <memory>
 #include <span>
 
+#include "engine/engine_counters.h"
 #include "engine/engine_services.h"
 #include "platform/audio_buffer_list.h"
 #include "platform/audio_types.h"
@@ -18,11 +19,12 @@ using RenderFunction = std::function<void(std::span<float* const> buffers, std::
 /// that refuses that rate gets a converted stream. Owns the output unit.
 class OutputEngine {
  public:
-  /// Starts playing. `channels` is clamped to 1 to 16; `bufferFrames` is the I/O block size asked for.
+  /// Starts playing. `channels` is clamped to 1 to 16; `bufferFrames` is the I/O block size asked for. How long the
+  /// rendering of a block takes is told to `counters`.
   /// Threads: the main thread; may wait up to a second for the device to change its rate.
   /// Errors: AudioRouterError.
   OutputEngine(const EngineServices& services, AudioObjectID device, std::int64_t channels, std::int64_t bufferFrames,
-               RenderFunction render);
+               RenderFunction render, std::shared_ptr<EngineCounters> counters = std::make_shared<EngineCounters>());
   ~OutputEngine();
   OutputEngine(const OutputEngine&) = delete;
   OutputEngine& operator=(const OutputEngine&) = delete;
@@ -36,7 +38,8 @@ class OutputEngine {
   void stop();
 
   /// The render callback's body: fills the device's first, interleaved buffer with `frameCount` frames.
-  /// Threads: the device's render thread; never allocates. Always answers noErr.
+  /// Threads: the device's render thread; never allocates, and enters the kernel at no time: the clock is read in
+  /// memory that the kernel shares. Always answers noErr.
   OSStatus performRender(AudioBufferList output, std::uint32_t frameCount) noexcept;
 
  private:

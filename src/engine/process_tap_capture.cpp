@@ -53,8 +53,9 @@ Dictionary aggregateDescription(const UUID& aggregate, const std::string& clockU
 }  // namespace
 
 struct ProcessTapCapture::State {
-  explicit State(const EngineServices& engineServices)
-      : services(engineServices), ring(std::make_shared<SourceRing>(tapRingChannels, captureRingFrames)) {}
+  State(const EngineServices& engineServices, std::shared_ptr<EngineCounters> counters)
+      : services(engineServices),
+        ring(std::make_shared<SourceRing>(tapRingChannels, captureRingFrames, fastestKernels(), std::move(counters))) {}
 
   const EngineServices services;
   const std::shared_ptr<SourceRing> ring;
@@ -107,8 +108,8 @@ void ProcessTapCapture::State::start(const TapDescription& description, std::int
 
 ProcessTapCapture::ProcessTapCapture(const EngineServices& services,
                                      std::optional<std::vector<AudioObjectID>> processObjectIDs,
-                                     std::int64_t bufferFrames)
-    : state_(std::make_unique<State>(services)) {
+                                     std::int64_t bufferFrames, std::shared_ptr<EngineCounters> counters)
+    : state_(std::make_unique<State>(services, std::move(counters))) {
   const TapDescription description = state_->describeTap(std::move(processObjectIDs));
   check(services.hardware.createProcessTap(description, state_->tap), "Creating process tap");
   try {

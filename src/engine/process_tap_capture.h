@@ -17,9 +17,10 @@ namespace brindlemux {
 class ProcessTapCapture {
  public:
   /// Starts capturing the listed processes, or all system audio for none. `bufferFrames` is the I/O block size asked
-  /// for. Threads: the main thread. Errors: AudioRouterError; nothing is left behind.
+  /// for; the ring counts in `counters`. Threads: the main thread. Errors: AudioRouterError; nothing is left behind.
   ProcessTapCapture(const EngineServices& services, std::optional<std::vector<AudioObjectID>> processObjectIDs,
-                    std::int64_t bufferFrames);
+                    std::int64_t bufferFrames,
+                    std::shared_ptr<EngineCounters> counters = std::make_shared<EngineCounters>());
   ~ProcessTapCapture();
   ProcessTapCapture(const ProcessTapCapture&) = delete;
   ProcessTapCapture& operator=(const ProcessTapCapture&) = delete;

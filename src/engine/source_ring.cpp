@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <mutex>
+#include <utility>
 
 #include "model/fatal_error.h"
 
@@ -80,14 +81,16 @@ bool isInterleaved(const CapturedBuffer& buffer) noexcept {
 
 }  // namespace
 
-SourceRing::SourceRing(std::int64_t channels, std::int64_t capacityFrames, const Kernels& kernels)
+SourceRing::SourceRing(std::int64_t channels, std::int64_t capacityFrames, const Kernels& kernels,
+                       std::shared_ptr<EngineCounters> counters)
     : kernels_(kernels),
       channels_(std::clamp(channels, std::int64_t{1}, maximumChannels)),
       capacity_(capacityFrames),
       inverseCapacity_(inverseOf(capacityFrames)),
       mirror_(mirrorOf(capacityFrames)),
       storage_(storageSize(channels_, capacityFrames, mirror_)),
-      peakAccum_(static_cast<std::size_t>(channels_)) {}
+      peakAccum_(static_cast<std::size_t>(channels_)),
+      counters_(std::move(counters)) {}
 
 void SourceRing::write(const CapturedBuffer& buffer) noexcept {
   if (buffer.frames == 0) return;
@@ -105,6 +108,7 @@ void SourceRing::write(const CapturedBuffer& buffer) noexcept {
   } else if (interleaved) {
     raisePeaksAndCopyInterleaved(slot, buffer);
   } else {
+    counters_->noteDroppedBlock();
     return;
   }
   head_ = newHead;
@@ -195,6 +199,10 @@ void SourceRing::mixRead(std::int64_t frames, std::int64_t& cursor, std::span<fl
     }
   }
   cursor = position + available;
+  if (available == frames) [[likely]]
+    return;
+  // Who runs dry stands at the head. A ring that nothing was written to yet lets nobody run dry.
+  if (cursor > 0) counters_->noteUnderrun();
 }
 
 std::int64_t SourceRing::placed(std::int64_t position, std::int64_t frames) noexcept {
@@ -202,7 +210,7 @@ std::int64_t SourceRing::placed(std::int64_t position, std::int64_t frames) noex
   if (position >= 0) {
     const std::int64_t lag = head_ - position;
     if (lag >= 0 && lag <= std::min(capacity_, bounds.slack + bounds.reset)) return position;
-    ++repositionings_;
+    counters_->noteRepositioning();
   }
   return std::max(head_ - bounds.reset, std::int64_t{0});
 }
@@ -227,11 +235,6 @@ std::int64_t SourceRing::head() const noexcept {
 std::int64_t SourceRing::maxWriteFrames() const noexcept {
   const std::lock_guard guard(lock_);
   return maxWriteFrames_;
-}
-
-std::int64_t SourceRing::repositionings() const noexcept {
-  const std::lock_guard guard(lock_);
-  return repositionings_;
 }
 
 }  // namespace brindlemux

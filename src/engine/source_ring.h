@@ -2,11 +2,13 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <vector>
 
 #include "engine/aligned_floats.h"
 #include "engine/captured_buffer.h"
+#include "engine/engine_counters.h"
 #include "engine/kernels/kernels.h"
 #include "engine/tap.h"
 #include "engine/unfair_lock.h"
@@ -24,15 +26,16 @@ inline constexpr std::int64_t captureRingFrames = 96000;
 /// threads only borrow it.
 class SourceRing {
  public:
-  /// `channels` is clamped to 1 to 16. The kernels make no difference but of speed; they outlive the ring. Errors: a
-  /// negative capacity or an overflowing size is fatal.
-  SourceRing(std::int64_t channels, std::int64_t capacityFrames, const Kernels& kernels = fastestKernels());
+  /// `channels` is clamped to 1 to 16. The kernels make no difference but of speed; they outlive the ring. What happens
+  /// to readers is counted in `counters`. Errors: a negative capacity or an overflowing size is fatal.
+  SourceRing(std::int64_t channels, std::int64_t capacityFrames, const Kernels& kernels = fastestKernels(),
+             std::shared_ptr<EngineCounters> counters = std::make_shared<EngineCounters>());
 
   std::int64_t channels() const noexcept { return channels_; }
   std::int64_t capacity() const noexcept { return capacity_; }
 
   /// Appends one block and raises the peaks. Ring channels beyond the block's repeat its last channel; an unusable
-  /// block is dropped.
+  /// block is dropped, and counted.
   ///
   /// Threads: the capture's thread, one writer. Takes the ring's lock for the whole call; never allocates.
   /// Errors: an overflow of the frame position, or a ring without capacity, is fatal.
@@ -43,7 +46,7 @@ class SourceRing {
   /// Shapes:  every buffer holds at least `frames` floats; taps out of range are skipped.
   /// Units:   cursor is an absolute frame position, negative for a reader not yet positioned.
   /// Threads: any render thread, one reader per cursor. Takes the ring's lock for the whole call; never allocates.
-  /// Errors:  none; on underrun only the available frames are added.
+  /// Errors:  none; on underrun only the available frames are added, and it is counted.
   void mixRead(std::int64_t frames, std::int64_t& cursor, std::span<float* const> buffers,
                std::span<const Tap> taps) noexcept;
 
@@ -54,8 +57,8 @@ class SourceRing {
   std::int64_t head() const noexcept;
   /// The largest single write so far, at most 4096 frames. Threads: any; takes the lock.
   std::int64_t maxWriteFrames() const noexcept;
-  /// How often a reader that was already positioned has been moved. Threads: any; takes the lock.
-  std::int64_t repositionings() const noexcept;
+  /// What this ring counts in, and others with it. Threads: any.
+  EngineCounters& counters() const noexcept { return *counters_; }
 
  private:
   std::int64_t stride() const noexcept { return capacity_ + mirror_; }
@@ -77,7 +80,7 @@ class SourceRing {
   mutable UnfairLock lock_;
   std::vector<PeakLanes> peakAccum_;
   std::int64_t maxWriteFrames_ = 0;
-  std::int64_t repositionings_ = 0;
+  const std::shared_ptr<EngineCounters> counters_;
 };
 
 }  // namespace brindlemux

@@ -54,6 +54,7 @@ inline constexpr FourCharCode kAudioObjectPropertyName = fourCharCode("lnam");  
 inline constexpr FourCharCode kAudioDevicePropertyDeviceUID = fourCharCode("uid ");            // string
 inline constexpr FourCharCode kAudioDevicePropertyStreamConfiguration = fourCharCode("slay");  // BufferLayout
 inline constexpr FourCharCode kAudioDevicePropertyNominalSampleRate = fourCharCode("nsrt");    // double, Hz
+inline constexpr FourCharCode kAudioDevicePropertyActualSampleRate = fourCharCode("asrt");     // double, Hz
 inline constexpr FourCharCode kAudioDevicePropertyBufferFrameSize = fourCharCode("fsiz");      // 32-bit, frames
 
 // Properties of process objects.

@@ -149,6 +149,11 @@ double Discovery::nominalSampleRate(AudioObjectID device) const {
   return read<double>(hardware_, device, global(kAudioDevicePropertyNominalSampleRate)).value_or(0);
 }
 
+double Discovery::actualSampleRate(AudioObjectID device) const {
+  const auto actual = read<double>(hardware_, device, global(kAudioDevicePropertyActualSampleRate));
+  return actual ? *actual : nominalSampleRate(device);
+}
+
 std::optional<std::string> Discovery::tapClockOutputUID() const {
   if (const auto device = defaultDeviceID(kAudioHardwarePropertyDefaultOutputDevice)) {
     auto uid = getStringProperty(*device, kAudioDevicePropertyDeviceUID);

@@ -39,6 +39,10 @@ class Discovery {
   /// The nominal rate in Hz, or 0.
   double nominalSampleRate(AudioObjectID device) const;
 
+  /// The rate in Hz that the device runs at, which the audio server may choose without the program's knowledge; the
+  /// nominal one where it does not tell.
+  double actualSampleRate(AudioObjectID device) const;
+
   /// The UID of a real output device that can clock a process tap: never a virtual device or a tap's aggregate.
   std::optional<std::string> tapClockOutputUID() const;
 

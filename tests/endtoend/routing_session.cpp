@@ -12,11 +12,12 @@
 namespace brindlemux::test {
 namespace {
 
-PrivateServerOptions serverOptions() {
+PrivateServerOptions serverOptions(int rateHz) {
   PrivateServerOptions options;
   options.sinks = {{.name = "speakers", .channels = 2, .description = "Speakers"},
                    {.name = "headphones", .channels = 2, .description = "Headphones"}};
   options.sources = {{.name = "mic", .channels = 2, .description = "Microphone"}};
+  options.rateHz = rateHz;
   return options;
 }
 
@@ -37,7 +38,8 @@ bool isLinked(const std::string& list, const std::string& output, const std::str
 
 }  // namespace
 
-RoutingSession::RoutingSession(int channels, const std::string& graphs, Program program) : server_(serverOptions()) {
+RoutingSession::RoutingSession(int channels, const std::string& graphs, Program program, int rateHz)
+    : server_(serverOptions(rateHz)) {
   const std::string uid = deviceUID;
   const std::string list =
       R"({"devices":[{"uid":")" + uid + R"(","name":"Test Device","channels":)" + std::to_string(channels) + "}]}";

@@ -26,8 +26,8 @@ class RoutingSession {
   enum class Program { runs, absent };
 
   /// Publishes a device of that many channels, writes `graphs` as the text of the graphs file, and starts the program.
-  /// Returns when the device can be used. Throws std::runtime_error when it cannot.
-  RoutingSession(int channels, const std::string& graphs, Program program = Program::runs);
+  /// `rateHz` is the server's. Returns when the device can be used. Throws std::runtime_error when it cannot.
+  RoutingSession(int channels, const std::string& graphs, Program program = Program::runs, int rateHz = 48000);
   ~RoutingSession();
 
   PrivateServer& server() noexcept { return server_; }

@@ -114,6 +114,7 @@ TEST_F(AudioNormalizerTest, unpreparedOrInconvertibleRateIsDropped) {
   normalizer.prepare(7, 2);
   process({std::vector<float>(1000, 0.5F)}, 7);
   EXPECT_EQ(ring.head(), 0);
+  EXPECT_EQ(ring.counters().statistics().droppedBlocks, 3);
 }
 
 TEST_F(AudioNormalizerTest, ringOfAnotherChannelCountNeedsItsOwnPreparation) {

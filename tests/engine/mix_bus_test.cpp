@@ -75,7 +75,6 @@ TEST(MixBus, startsEmpty) {
   EXPECT_TRUE(bus.monitorCursors().empty());
   EXPECT_FALSE(bus.inputDidReset());
   EXPECT_TRUE(bus.takeOutputPeaks().empty());
-  EXPECT_EQ(bus.repositionings(), 0);
 }
 
 TEST(MixBus, everyGainIsFoldedIntoTheTap) {
@@ -325,20 +324,6 @@ TEST_F(MixBusCursors, clearEmptiesEverythingAndForgetsThePeaks) {
   rebuild();
   EXPECT_EQ(bus_.cursors(), (CursorMap{{first, -1}}));
   EXPECT_EQ(bus_.monitorCursors(), (CursorMap{{speakers, -1}}));
-}
-
-TEST_F(MixBusCursors, repositioningsAreSummedOverThePlansRings) {
-  EXPECT_EQ(bus_.repositionings(), 0);
-  // Far more than the slack behind, both of them.
-  play(*rings_.at(first), {0.5F, 0.5F}, 50000);
-  play(*input_, {0.5F, 0.5F}, 50000);
-  renderVirtual(bus_, buffers_, 64);
-  EXPECT_EQ(bus_.repositionings(), 1);
-  renderMonitor(bus_, speakers, buffers_, 64);
-  EXPECT_EQ(bus_.repositionings(), 2);
-  graph_.sources.clear();
-  rebuild();
-  EXPECT_EQ(bus_.repositionings(), 1);
 }
 
 // Rendering the virtual device

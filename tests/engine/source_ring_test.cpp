@@ -67,7 +67,7 @@ TEST(SourceRing, startsSilentAtPositionZero) {
   EXPECT_EQ(ring.capacity(), 96000);
   EXPECT_EQ(ring.head(), 0);
   EXPECT_EQ(ring.maxWriteFrames(), 0);
-  EXPECT_EQ(ring.repositionings(), 0);
+  EXPECT_EQ(ring.counters().statistics().repositionings, 0);
   EXPECT_EQ(ring.takePeaks(), (std::vector{0.0F, 0.0F}));
 }
 
@@ -161,6 +161,7 @@ TEST(SourceRing, anUnusableBlockIsDroppedButCountsAsALargeWrite) {
   EXPECT_EQ(ring.head(), 0);
   EXPECT_EQ(ring.takePeaks(), (std::vector{0.0F, 0.0F}));
   EXPECT_EQ(ring.maxWriteFrames(), 4);
+  EXPECT_EQ(ring.counters().statistics().droppedBlocks, 4);
   // The lock was given back.
   writePlanar(ring, {{1.0F}});
   EXPECT_EQ(ring.head(), 1);
@@ -322,7 +323,7 @@ TEST(SourceRing, anyNegativeCursorIsAFreshReader) {
     std::int64_t cursor = fresh;
     EXPECT_EQ(readOne(ring, cursor, 100).front(), payload(10000 - 200));
   }
-  EXPECT_EQ(ring.repositionings(), 0);
+  EXPECT_EQ(ring.counters().statistics().repositionings, 0);
 }
 
 TEST(SourceRing, readerAtTheHeadGetsNothingAndStays) {
@@ -331,7 +332,20 @@ TEST(SourceRing, readerAtTheHeadGetsNothingAndStays) {
   std::int64_t cursor = 1000;
   EXPECT_EQ(readOne(ring, cursor, 64), std::vector<float>(64, 0.0F));
   EXPECT_EQ(cursor, 1000);
-  EXPECT_EQ(ring.repositionings(), 0);
+  EXPECT_EQ(ring.counters().statistics().repositionings, 0);
+  EXPECT_EQ(ring.counters().statistics().underruns, 1);
+}
+
+TEST(SourceRing, aReaderThatWaitsForTheFirstBlockDoesNotCountAsRunDry) {
+  SourceRing ring(1, captureRingFrames);
+  std::int64_t cursor = -1;
+  for (int read = 0; read < 3; ++read) readOne(ring, cursor, 64);
+  EXPECT_EQ(ring.counters().statistics().underruns, 0);
+  fillTo(ring, 64, 64);
+  readOne(ring, cursor, 64);
+  EXPECT_EQ(ring.counters().statistics().underruns, 0);
+  readOne(ring, cursor, 64);
+  EXPECT_EQ(ring.counters().statistics().underruns, 1);
 }
 
 TEST(SourceRing, onUnderrunOnlyTheAvailableFramesAreAdded) {
@@ -344,6 +358,7 @@ TEST(SourceRing, onUnderrunOnlyTheAvailableFramesAreAdded) {
   expected[2] = payload(999);
   EXPECT_EQ(readOne(ring, cursor, 64), expected);
   EXPECT_EQ(cursor, 1000);
+  EXPECT_EQ(ring.counters().statistics().underruns, 1);
 }
 
 TEST(SourceRing, readerBehindByTheSlackAndTheResetDistanceIsKept) {
@@ -353,7 +368,7 @@ TEST(SourceRing, readerBehindByTheSlackAndTheResetDistanceIsKept) {
   std::int64_t cursor = 50000 - 3168;
   EXPECT_EQ(readOne(ring, cursor, 256).front(), payload(50000 - 3168));
   EXPECT_EQ(cursor, 50000 - 3168 + 256);
-  EXPECT_EQ(ring.repositionings(), 0);
+  EXPECT_EQ(ring.counters().statistics().repositionings, 0);
 }
 
 TEST(SourceRing, readerBehindByMoreThanSlackIsRepositioned) {
@@ -362,7 +377,7 @@ TEST(SourceRing, readerBehindByMoreThanSlackIsRepositioned) {
   std::int64_t cursor = 50000 - 3169;
   EXPECT_EQ(readOne(ring, cursor, 256).front(), payload(50000 - 768));
   EXPECT_EQ(cursor, 50000 - 768 + 256);
-  EXPECT_EQ(ring.repositionings(), 1);
+  EXPECT_EQ(ring.counters().statistics().repositionings, 1);
 }
 
 TEST(SourceRing, theSlackGrowsWithTheBlocksUpTo4096) {
@@ -389,7 +404,7 @@ TEST(SourceRing, readerAheadOfTheWriterIsMovedBack) {
   EXPECT_EQ(cursor, 10000 - 200 + 100);
   cursor = std::numeric_limits<std::int64_t>::max();
   EXPECT_EQ(readOne(ring, cursor, 100).front(), payload(10000 - 200));
-  EXPECT_EQ(ring.repositionings(), 2);
+  EXPECT_EQ(ring.counters().statistics().repositionings, 2);
 }
 
 TEST(SourceRing, readerWhoseFramesAreOverwrittenIsMovedForward) {
@@ -400,7 +415,7 @@ TEST(SourceRing, readerWhoseFramesAreOverwrittenIsMovedForward) {
   EXPECT_EQ(readOne(ring, cursor, 100).front(), payload(4000));
   cursor = 3999;
   EXPECT_EQ(readOne(ring, cursor, 100).front(), payload(5000 - 200));
-  EXPECT_EQ(ring.repositionings(), 1);
+  EXPECT_EQ(ring.counters().statistics().repositionings, 1);
 }
 
 TEST(SourceRing, onlyReadersThatHadAPlaceCountAsRepositioned) {
@@ -409,10 +424,10 @@ TEST(SourceRing, onlyReadersThatHadAPlaceCountAsRepositioned) {
   std::int64_t cursor = -1;
   readOne(ring, cursor, 100);
   readOne(ring, cursor, 100);
-  EXPECT_EQ(ring.repositionings(), 0);
+  EXPECT_EQ(ring.counters().statistics().repositionings, 0);
   cursor = 0;
   readOne(ring, cursor, 100);
-  EXPECT_EQ(ring.repositionings(), 1);
+  EXPECT_EQ(ring.counters().statistics().repositionings, 1);
 }
 
 TEST(SourceRing, aReadOfNoFramesTouchesNothing) {
@@ -535,7 +550,7 @@ TEST(SourceRing, everyReadIsInPlaceAcrossTheWrap) {
     for (const float sample : read) ASSERT_EQ(sample, payload(heard++, 1));
   }
   EXPECT_EQ(cursor, ring.head());
-  EXPECT_EQ(ring.repositionings(), 0);
+  EXPECT_EQ(ring.counters().statistics().repositionings, 0);
 }
 
 /// Reads `frames` frames that begin in `slot` of a ring in its third lap, and expects each to be the one written there.

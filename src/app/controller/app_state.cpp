@@ -145,6 +145,16 @@ std::optional<std::int64_t> AppState::blockFrames(const std::string& uid) const 
   return found != engines_.end() ? found->second->blockFrames() : std::nullopt;
 }
 
+std::optional<double> AppState::sampleRateHz(const std::string& uid) const {
+  const auto found = engines_.find(uid);
+  return found != engines_.end() ? found->second->sampleRateHz() : std::nullopt;
+}
+
+std::optional<EngineStatistics> AppState::statistics(const std::string& uid) const {
+  const auto found = engines_.find(uid);
+  return found != engines_.end() ? std::optional(found->second->statistics()) : std::nullopt;
+}
+
 bool AppState::isSourceActive(const std::string& uid, const UUID& source) const {
   const auto engine = engines_.find(uid);
   return engine != engines_.end() && engine->second->isCapturing(source);

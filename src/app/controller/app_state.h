@@ -97,6 +97,11 @@ class AppState : public QObject {
   const std::map<std::string, MeterSnapshot>& meters() const noexcept { return meters_; }
   /// The I/O block size that a device runs at, see DeviceEngine; nothing for a device without an engine.
   std::optional<std::int64_t> blockFrames(const std::string& uid) const;
+  /// The rate in Hz that a device runs at, see DeviceEngine; nothing for a device without an engine.
+  std::optional<double> sampleRateHz(const std::string& uid) const;
+  /// What a device's engine has gone through since it started, see DeviceEngine; nothing for a device without an
+  /// engine.
+  std::optional<EngineStatistics> statistics(const std::string& uid) const;
   /// Whether the device's engine captures that source, or plays on that monitor. Changes with `engineStateTick`.
   bool isSourceActive(const std::string& uid, const UUID& source) const;
   bool isMonitorActive(const std::string& uid, const UUID& monitor) const;

@@ -1,22 +1,26 @@
 #include "platform/pipewire/filter_node.h"
 
 #include <algorithm>
+#include <cstddef>
 
 #include "platform/pipewire/names.h"
 
 namespace brindlemux {
 namespace {
 
-void fetchBuffers(std::span<void* const> ports, std::span<float*> buffers, std::uint32_t frames) {
-  for (std::size_t i = 0; i < ports.size(); ++i) {
-    buffers[i] = static_cast<float*>(pw_filter_get_dsp_buffer(ports[i], frames));
-  }
+/// The block that a node asks the server for, as a property of it.
+std::string latencyText(std::uint32_t frames, std::uint32_t rateHz) {
+  return std::to_string(frames) + "/" + std::to_string(rateHz);
 }
 
 }  // namespace
 
 FilterNode::FilterNode(pw_core* core, const FilterShape& shape, FilterProcess& process, std::function<void()> changed)
-    : process_(process), changed_(std::move(changed)), inputs_(shape.inputPorts), outputs_(shape.outputPorts) {
+    : process_(process),
+      changed_(std::move(changed)),
+      inputs_(shape.inputPorts),
+      outputs_(shape.outputPorts),
+      completed_(shape.inputPorts, std::vector<float>(maximumCycleFrames)) {
   static constexpr pw_filter_events events = {
       .version = PW_VERSION_FILTER_EVENTS,
       .destroy = nullptr,
@@ -33,7 +37,7 @@ FilterNode::FilterNode(pw_core* core, const FilterShape& shape, FilterProcess& p
       PW_KEY_MEDIA_TYPE, "Audio", PW_KEY_MEDIA_CATEGORY, "Filter", PW_KEY_MEDIA_ROLE, "DSP", PW_KEY_NODE_NAME,
       shape.name.c_str(), PW_KEY_NODE_DESCRIPTION, shape.description.c_str(), PW_KEY_NODE_GROUP, schedulingGroup,
       PW_KEY_APP_NAME, applicationName, PW_KEY_APP_ID, applicationID, PW_KEY_APP_ICON_NAME, applicationID, nullptr);
-  pw_properties_setf(properties, PW_KEY_NODE_LATENCY, "%u/%u", shape.latencyFrames, shape.latencyRateHz);
+  pw_properties_set(properties, PW_KEY_NODE_LATENCY, latencyText(shape.latencyFrames, shape.latencyRateHz).c_str());
   filter_ = pw_filter_new(core, shape.name.c_str(), properties);
   if (filter_ == nullptr) return;
   pw_filter_add_listener(filter_, &listener_, &events, this);
@@ -48,6 +52,14 @@ FilterNode::FilterNode(pw_core* core, const FilterShape& shape, FilterProcess& p
 
 FilterNode::~FilterNode() {
   if (filter_ != nullptr) pw_filter_destroy(filter_);
+}
+
+void FilterNode::askForLatency(std::uint32_t frames, std::uint32_t rateHz) {
+  if (filter_ == nullptr) return;
+  const std::string text = latencyText(frames, rateHz);
+  const spa_dict_item item = {.key = PW_KEY_NODE_LATENCY, .value = text.c_str()};
+  const spa_dict latency = {.flags = 0, .n_items = 1, .items = &item};
+  pw_filter_update_properties(filter_, nullptr, &latency);
 }
 
 std::uint32_t FilterNode::globalID() const {
@@ -71,14 +83,37 @@ void FilterNode::onState(void* data, pw_filter_state /*old*/, pw_filter_state /*
   static_cast<FilterNode*>(data)->changed_();
 }
 
+/// What a port has for this cycle, null when nothing is linked to it. In the cycle in which the server's blocks grow, a
+/// neighbour's buffer may hold one of the old length, with older sound behind it: the rest is silence.
+float* FilterNode::inputSamples(std::size_t port, std::uint32_t frames) noexcept {
+  pw_buffer* const buffer = pw_filter_dequeue_buffer(inputPorts_[port]);
+  if (buffer == nullptr) return nullptr;
+  const spa_data& data = buffer->buffer->datas[0];
+  const std::uint32_t offset = std::min(data.chunk->offset, data.maxsize);
+  const std::uint32_t held =
+      std::min(data.chunk->size, data.maxsize - offset) / static_cast<std::uint32_t>(sizeof(float));
+  auto* samples =
+      data.data == nullptr ? nullptr : reinterpret_cast<float*>(static_cast<std::byte*>(data.data) + offset);
+  pw_filter_queue_buffer(inputPorts_[port], buffer);
+  if (samples == nullptr || held >= frames) return samples;
+  std::vector<float>& completed = completed_[port];
+  std::copy_n(samples, held, completed.begin());
+  std::fill(completed.begin() + held, completed.begin() + frames, 0.0F);
+  return completed.data();
+}
+
 void FilterNode::onProcess(void* data, spa_io_position* position) {
   auto* const self = static_cast<FilterNode*>(data);
   if (position == nullptr) return;
   const auto frames = static_cast<std::uint32_t>(std::min<std::uint64_t>(position->clock.duration, maximumCycleFrames));
-  self->cycleRateHz_.store(position->clock.rate.denom, std::memory_order_relaxed);
+  const std::uint32_t rateHz = position->clock.rate.denom;
+  const std::uint32_t previousHz = self->cycleRateHz_.exchange(rateHz, std::memory_order_relaxed);
   self->cycleFrames_.store(frames, std::memory_order_relaxed);
-  fetchBuffers(self->inputPorts_, self->inputs_, frames);
-  fetchBuffers(self->outputPorts_, self->outputs_, frames);
+  if (previousHz != rateHz && previousHz != 0) self->changed_();
+  for (std::size_t i = 0; i < self->inputs_.size(); ++i) self->inputs_[i] = self->inputSamples(i, frames);
+  for (std::size_t i = 0; i < self->outputs_.size(); ++i) {
+    self->outputs_[i] = static_cast<float*>(pw_filter_get_dsp_buffer(self->outputPorts_[i], frames));
+  }
   self->process_.process(self->inputs_, self->outputs_, frames);
 }
 

@@ -42,7 +42,8 @@ struct FilterShape {
 /// Threads: construct and destroy under the connection's lock; once destroyed, no callback of it runs.
 class FilterNode {
  public:
-  /// `process` is borrowed; `changed` is called when the node has reached another state.
+  /// `process` is borrowed; `changed` is called when the node has reached another state, and by the data thread when
+  /// the server has begun to run at another rate: it must not block.
   FilterNode(pw_core* core, const FilterShape& shape, FilterProcess& process, std::function<void()> changed);
   ~FilterNode();
   FilterNode(const FilterNode&) = delete;
@@ -50,6 +51,9 @@ class FilterNode {
 
   /// Whether the server was asked for the node.
   bool isValid() const noexcept { return filter_ != nullptr; }
+
+  /// Asks for another block size, or for the same one at another rate. The node runs on.
+  void askForLatency(std::uint32_t frames, std::uint32_t rateHz);
 
   /// The node's global ID, or SPA_ID_INVALID before the server has told it.
   std::uint32_t globalID() const;
@@ -63,6 +67,7 @@ class FilterNode {
   static void onState(void* data, pw_filter_state old, pw_filter_state state, const char* error);
   static void onProcess(void* data, spa_io_position* position);
   void addPorts(pw_direction direction, std::uint32_t count, std::vector<void*>& ports);
+  float* inputSamples(std::size_t port, std::uint32_t frames) noexcept;
 
   FilterProcess& process_;
   std::function<void()> changed_;
@@ -72,6 +77,8 @@ class FilterNode {
   std::vector<void*> outputPorts_;
   std::vector<float*> inputs_;
   std::vector<float*> outputs_;
+  /// For each input port what a buffer shorter than the cycle is completed in.
+  std::vector<std::vector<float>> completed_;
   std::atomic<std::uint32_t> cycleRateHz_{0};
   std::atomic<std::uint32_t> cycleFrames_{0};
 };

@@ -29,6 +29,7 @@ void RouteTable::disconnect() {
 
 void RouteTable::relink(const ServerMirror& mirror) {
   if (core_ == nullptr) return;
+  keepBlockSizes();
   std::vector<LinkRequest> wanted;
   for (const auto& [key, route] : routes_) {
     if (!route.node) continue;
@@ -38,6 +39,17 @@ void RouteTable::relink(const ServerMirror& mirror) {
                  wanted);
   }
   linker_.apply(core_, wanted);
+}
+
+/// A node asks for a length of time: to go on asking for the same number of frames it has to say so at a new rate.
+void RouteTable::keepBlockSizes() {
+  const std::uint32_t rateHz = cycleRateHz();
+  if (rateHz == 0) return;
+  for (auto& [key, route] : routes_) {
+    if (!route.node || route.shape.latencyRateHz == rateHz) continue;
+    route.shape.latencyRateHz = rateHz;
+    route.node->askForLatency(route.shape.latencyFrames, rateHz);
+  }
 }
 
 std::uint32_t RouteTable::cycleRateHz() const {

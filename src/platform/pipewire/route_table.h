@@ -40,7 +40,7 @@ class RouteTable {
   void connect(pw_core* core);
   /// Drops all nodes and links, keeps the routes.
   void disconnect();
-  /// Brings the links in line with what the routes want.
+  /// Brings the links in line with what the routes want, and the blocks that they ask for with the server's rate.
   void relink(const ServerMirror& mirror);
 
   /// The rate of the last cycle of any running node in Hz, or 0.
@@ -54,6 +54,7 @@ class RouteTable {
     std::unique_ptr<FilterNode> node;
   };
   bool realise(Route& route);
+  void keepBlockSizes();
 
   std::function<void()> changed_;
   PortLinker linker_;

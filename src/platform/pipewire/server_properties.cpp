@@ -9,6 +9,7 @@
 #include "model/driver_payload.h"
 #include "platform/driver_config.h"
 #include "platform/pipewire/json_dictionary.h"
+#include "platform/standard_float_format.h"
 
 namespace brindlemux {
 namespace {
@@ -47,9 +48,10 @@ OSStatus ServerProperties::read(AudioObjectID object, const AudioObjectPropertyA
   } else if (object != kAudioObjectUnknown && object == server_.driverID()) {
     found = ofDriver(address);
   } else if (streams_.hasTap(object)) {
-    if (address.selector == kAudioTapPropertyFormat) found = stereoFloat(server_.graphRateHz());
+    if (address.selector == kAudioTapPropertyFormat) found = stereoFloat(engineSampleRateHz);
   } else if (streams_.hasAggregate(object)) {
-    if (address.selector == kAudioDevicePropertyNominalSampleRate) found = server_.graphRateHz();
+    if (address.selector == kAudioDevicePropertyNominalSampleRate) found = engineSampleRateHz;
+    if (address.selector == kAudioDevicePropertyActualSampleRate) found = server_.graphRateHz();
     if (address.selector == kAudioDevicePropertyBufferFrameSize) found = server_.bufferFrames(object);
   } else {
     return kAudioHardwareBadObjectError;
@@ -105,6 +107,11 @@ std::optional<PropertyValue> ServerProperties::ofDevice(const DeviceRecord& devi
     case kAudioObjectPropertyName:
       return device.name;
     case kAudioDevicePropertyNominalSampleRate:
+      // One rate drives every node of the program's, so that a frame that comes in is a frame that goes out, whatever
+      // the rate is and whenever it changes. Counting frames as those of the engine's rate leaves every sample as it
+      // is; converting to that rate and back would only cost sound and time.
+      return engineSampleRateHz;
+    case kAudioDevicePropertyActualSampleRate:
       return server_.graphRateHz();
     case kAudioDevicePropertyStreamConfiguration:
       if (address.scope == kAudioObjectPropertyScopeInput) return monoBuffers(device.capturePorts.size());
@@ -164,7 +171,7 @@ OSStatus ServerProperties::writeNominalRate(const PropertyValue& value) {
   const auto* const rateHz = std::get_if<double>(&value);
   if (rateHz == nullptr) return kAudioHardwareIllegalOperationError;
   // One rate drives the whole graph, and it is the user's: it is never forced on other applications.
-  return *rateHz == server_.graphRateHz() ? noErr : kAudioHardwareUnsupportedOperationError;
+  return *rateHz == engineSampleRateHz ? noErr : kAudioHardwareUnsupportedOperationError;
 }
 
 OSStatus ServerProperties::writeDriverList(const PropertyValue& value) {
