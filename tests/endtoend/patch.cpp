@@ -62,7 +62,7 @@ Patch::Patch(const std::string& name, std::vector<PatchedPort> heard, std::vecto
                              .outputPorts = static_cast<std::uint32_t>(played.size()),
                              .latencyFrames = blockFrames,
                              .latencyRateHz = 48000};
-  if (!routes_.start(onlyRoute, shape, std::make_unique<CycleProcess>(std::move(cycle)),
+  if (!routes_.start(onlyRoute, RouteLife::returns, shape, std::make_unique<CycleProcess>(std::move(cycle)),
                      wiring(mirror_, std::move(heard), std::move(played)))) {
     throw std::runtime_error("there is no server for " + name);
   }

@@ -28,8 +28,9 @@ double milliseconds(Clock::duration duration) { return std::chrono::duration<dou
 template <typename Wait>
 void restartAgainAndAgain(NoisyDesktop<Wait>& desktop, pid_t program, Wait wait) {
   ASSERT_TRUE(desktop.waitForWholeSound()) << testing::PrintToString(desktop.levels());
-  // What is set up once is there after the first two.
-  for (int round = 0; round < 2; ++round) desktop.restart();
+  // What is set up once is there after the first few.
+  const int warmUps = isLongRun(restartsVariable) ? 8 : 2;
+  for (int round = 0; round < warmUps; ++round) desktop.restart();
   const ProcessSize before = ProcessSize::of(program);
   std::vector<double> returns;
   const int restarts = repetitions(restartsVariable, 3);

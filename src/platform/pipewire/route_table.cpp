@@ -4,8 +4,13 @@ namespace brindlemux {
 
 RouteTable::RouteTable(std::function<void()> changed) : changed_(changed), linker_(std::move(changed)) {}
 
-bool RouteTable::start(std::uint64_t key, FilterShape shape, std::unique_ptr<FilterProcess> process, Wiring wiring) {
-  Route route{.shape = std::move(shape), .process = std::move(process), .wiring = std::move(wiring), .node = nullptr};
+bool RouteTable::start(std::uint64_t key, RouteLife life, FilterShape shape, std::unique_ptr<FilterProcess> process,
+                       Wiring wiring) {
+  Route route{.life = life,
+              .shape = std::move(shape),
+              .process = std::move(process),
+              .wiring = std::move(wiring),
+              .node = nullptr};
   if (core_ == nullptr || !realise(route)) return false;
   routes_.insert_or_assign(key, std::move(route));
   changed_();
@@ -18,7 +23,9 @@ void RouteTable::stop(std::uint64_t key) {
 
 void RouteTable::connect(pw_core* core) {
   core_ = core;
-  for (auto& [key, route] : routes_) realise(route);
+  for (auto& [key, route] : routes_) {
+    if (route.life == RouteLife::returns) realise(route);
+  }
 }
 
 void RouteTable::disconnect() {

@@ -21,8 +21,13 @@ struct OwnPorts {
 /// Adds the links that a node of the program's wants at this moment.
 using Wiring = std::function<void(const OwnPorts& own, std::vector<LinkRequest>& links)>;
 
-/// The program's own nodes and their links. A route is what shall run; its node exists whenever there is a server, so
-/// that a route comes back by itself when the server does.
+/// What becomes of a route when the server goes.
+enum class RouteLife {
+  returns,   ///< its node is made anew with the next server
+  oneServer  ///< it never has a node again: the devices that it stands for come back as others
+};
+
+/// The program's own nodes and their links.
 ///
 /// Threads: under the connection's lock.
 class RouteTable {
@@ -31,12 +36,14 @@ class RouteTable {
   explicit RouteTable(std::function<void()> changed);
 
   /// Starts a route under a key of the caller's. Returns whether its node could be made.
-  bool start(std::uint64_t key, FilterShape shape, std::unique_ptr<FilterProcess> process, Wiring wiring);
+  bool start(std::uint64_t key, RouteLife life, FilterShape shape, std::unique_ptr<FilterProcess> process,
+             Wiring wiring);
   /// Ends a route; no callback of it runs once this returns.
   void stop(std::uint64_t key);
   bool contains(std::uint64_t key) const { return routes_.contains(key); }
 
-  /// Makes the nodes of all routes.
+  /// Makes the nodes of the routes that return. A node that nobody needs is not made: the server's library may lose
+  /// count of the memory that it shares when one goes while it is still being set up.
   void connect(pw_core* core);
   /// Drops all nodes and links, keeps the routes.
   void disconnect();
@@ -48,6 +55,7 @@ class RouteTable {
 
  private:
   struct Route {
+    RouteLife life = RouteLife::oneServer;
     FilterShape shape;
     std::unique_ptr<FilterProcess> process;
     Wiring wiring;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <ctime>
+#include <pipewire/mem.h>
 
 #include "model/fatal_error.h"
 #include "platform/pipewire/names.h"
@@ -103,11 +104,25 @@ void ServerConnection::onCoreDone(void* data, std::uint32_t id, int sequence) {
 void ServerConnection::onCoreError(void* data, std::uint32_t id, int /*sequence*/, int result,
                                    const char* /*message*/) {
   auto* const self = static_cast<ServerConnection*>(data);
-  if (id != PW_ID_CORE || result != -EPIPE || self->lost_) return;
+  if (id == PW_ID_CORE && result == -EPIPE) self->loseServer();
+}
+
+/// The server numbers the blocks of memory that it shares, the library counts along. Under load, when nodes come and go
+/// while the server comes up, versions of it have been seen to come to another number; it then refuses this block and
+/// those after it, tells the server alone, and the nodes that need them never run.
+void ServerConnection::onCoreAddMemory(void* data, std::uint32_t id, std::uint32_t /*type*/, int descriptor,
+                                       std::uint32_t /*flags*/) {
+  auto* const self = static_cast<ServerConnection*>(data);
+  const pw_memblock* const block = pw_mempool_find_id(pw_core_get_mempool(self->core_), id);
+  if (block == nullptr || block->fd != descriptor) self->loseServer();
+}
+
+void ServerConnection::loseServer() {
+  if (lost_) return;
   // The library still walks its lists here; taking the connection down has to wait for the loop's next turn.
-  self->lost_ = true;
-  pw_loop_signal_event(pw_thread_loop_get_loop(self->loop_), self->lostEvent_);
-  pw_thread_loop_signal(self->loop_, false);
+  lost_ = true;
+  pw_loop_signal_event(pw_thread_loop_get_loop(loop_), lostEvent_);
+  pw_thread_loop_signal(loop_, false);
 }
 
 void ServerConnection::connect() {
@@ -119,7 +134,7 @@ void ServerConnection::connect() {
       .error = onCoreError,
       .remove_id = nullptr,
       .bound_id = nullptr,
-      .add_mem = nullptr,
+      .add_mem = onCoreAddMemory,
       .remove_mem = nullptr,
   };
   if (core_ != nullptr) return;

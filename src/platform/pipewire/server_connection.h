@@ -8,7 +8,8 @@
 namespace brindlemux {
 
 /// The connection to a PipeWire server: owns the event loop's thread, the context with its real-time data thread, and
-/// the core. When the server is not there or goes away it tries again every 100 ms.
+/// the core. When the server is not there or goes away it tries again every 100 ms. A connection whose shared memory
+/// the library has lost count of is given up in the same way: nodes on it would stay silent without a word.
 ///
 /// Threads: construct and destroy on the main thread. Everything that touches the server's objects holds the Lock;
 /// the delegate's functions run on the event loop's thread, with the lock held.
@@ -65,6 +66,8 @@ class ServerConnection {
  private:
   static void onCoreDone(void* data, std::uint32_t id, int sequence);
   static void onCoreError(void* data, std::uint32_t id, int sequence, int result, const char* message);
+  static void onCoreAddMemory(void* data, std::uint32_t id, std::uint32_t type, int descriptor, std::uint32_t flags);
+  void loseServer();
   void connect();
   void disconnect();
   void update();

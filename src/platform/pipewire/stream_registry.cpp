@@ -93,6 +93,7 @@ OSStatus StreamRegistry::startProcedure(AudioObjectID device, AudioDeviceIOProcI
   if (found == nullptr) return kAudioHardwareBadObjectError;
   if (server_.routes().contains(procedure)) return noErr;
 
+  RouteLife life = RouteLife::oneServer;
   FilterShape filter;
   std::unique_ptr<FilterProcess> process;
   Wiring wiring;
@@ -103,6 +104,7 @@ OSStatus StreamRegistry::startProcedure(AudioObjectID device, AudioDeviceIOProcI
     filter.inputPorts = tapInputCount;
     process = std::make_unique<TapProcess>(found->block);
     wiring = tapWiring(*tap);
+    life = RouteLife::returns;
   } else {
     const DeviceRecord* const record = server_.device(device);
     if (record == nullptr) return kAudioHardwareBadDeviceError;
@@ -111,7 +113,8 @@ OSStatus StreamRegistry::startProcedure(AudioObjectID device, AudioDeviceIOProcI
     process = std::make_unique<CaptureProcess>(filter.inputPorts, found->block);
     wiring = deviceCaptureWiring(device);
   }
-  const bool started = server_.routes().start(procedure, std::move(filter), std::move(process), std::move(wiring));
+  const bool started =
+      server_.routes().start(procedure, life, std::move(filter), std::move(process), std::move(wiring));
   return started ? noErr : kAudioHardwareNotRunningError;
 }
 
@@ -191,8 +194,8 @@ OSStatus StreamRegistry::startUnit(AudioUnitID unit) {
   FilterShape filter = shape(found->device, "brindlemux.output." + device->uid, "Brindlemux to " + device->name);
   filter.outputPorts = found->format.channelsPerFrame;
   auto process = std::make_unique<PlaybackProcess>(filter.outputPorts, found->render);
-  const bool started =
-      server_.routes().start(unit, std::move(filter), std::move(process), playbackWiring(found->device));
+  const bool started = server_.routes().start(unit, RouteLife::oneServer, std::move(filter), std::move(process),
+                                              playbackWiring(found->device));
   return started ? noErr : kAudioHardwareNotRunningError;
 }
 
