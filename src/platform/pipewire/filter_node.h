@@ -51,6 +51,9 @@ class FilterNode {
   /// Whether the server was asked for the node.
   bool isValid() const noexcept { return filter_ != nullptr; }
 
+  /// Whether the server has taken away the node, which it had made: any client may ask for that.
+  bool isLost() const noexcept { return isLost_; }
+
   /// The node's global ID, or SPA_ID_INVALID before the server has told it.
   std::uint32_t globalID() const;
 
@@ -72,6 +75,8 @@ class FilterNode {
   std::vector<void*> outputPorts_;
   std::vector<float*> inputs_;
   std::vector<float*> outputs_;
+  bool wasThere_ = false;
+  bool isLost_ = false;
   std::atomic<std::uint32_t> cycleRateHz_{0};
   std::atomic<std::uint32_t> cycleFrames_{0};
 };

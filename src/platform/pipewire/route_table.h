@@ -40,7 +40,7 @@ class RouteTable {
   void connect(pw_core* core);
   /// Drops all nodes and links, keeps the routes.
   void disconnect();
-  /// Brings the links in line with what the routes want.
+  /// Makes those nodes anew that other clients have deleted, and brings the links in line with what the routes want.
   void relink(const ServerMirror& mirror);
 
   /// The rate of the last cycle of any running node in Hz, or 0.
