@@ -44,8 +44,8 @@ ServerDump::ServerDump(const PrivateServer& server) {
       auto& [inputs, outputs] = ports[properties.value("node.id", std::int64_t{-1})];
       (info.value("direction", "") == "input" ? inputs : outputs) += 1;
     } else if (type == "PipeWire:Interface:Link") {
-      links_.push_back({info.value("output-node-id", std::int64_t{-1}), info.value("input-node-id", std::int64_t{-1}),
-                        info.value("state", "")});
+      links_.push_back({object.value("id", std::int64_t{0}), info.value("output-node-id", std::int64_t{-1}),
+                        info.value("input-node-id", std::int64_t{-1}), info.value("state", "")});
     }
   }
   for (Node& node : nodes_) std::tie(node.inputPorts, node.outputPorts) = ports[node.id];

@@ -25,6 +25,7 @@ class ServerDump {
     std::string property(const std::string& key) const;
   };
   struct Link {
+    std::int64_t id = 0;
     std::int64_t outputNode = 0;
     std::int64_t inputNode = 0;
     std::string state;

@@ -10,6 +10,12 @@ namespace brindlemux {
 namespace {
 
 bool isSink(const ServerNode& node) { return node.mediaClass() == "Audio/Sink"; }
+/// The driver makes its nodes inside the server: one that has a client is somebody else's, whatever it says of itself.
+std::string_view driverUID(const ServerNode& node) {
+  return node.properties.value(PW_KEY_CLIENT_ID).empty() ? node.properties.value(driverNodeDeviceKey)
+                                                         : std::string_view{};
+}
+
 bool isDuplex(const ServerNode& node) { return node.mediaClass() == "Audio/Duplex"; }
 bool isSource(const ServerNode& node) {
   return node.mediaClass() == "Audio/Source" || node.mediaClass() == "Audio/Source/Virtual";
@@ -64,7 +70,7 @@ std::optional<Pair> newestPair(const Halves& halves) {
 std::map<std::string_view, Pair> virtualPairs(const ServerMirror& mirror, const std::vector<const ServerNode*>& nodes) {
   std::map<std::string_view, Halves> halves;
   for (const ServerNode* node : nodes) {
-    const std::string_view uid = node->properties.value(driverNodeDeviceKey);
+    const std::string_view uid = driverUID(*node);
     if (uid.empty() || (!isSink(*node) && !isSource(*node))) continue;
     auto ports = completePorts(mirror, *node, isSink(*node) ? PW_DIRECTION_INPUT : PW_DIRECTION_OUTPUT);
     if (ports.empty()) continue;
@@ -92,7 +98,7 @@ std::vector<DeviceRecord> listDevices(const ServerMirror& mirror, ObjectIDs& ids
   const auto nodes = mirror.nodes();
   const auto pairs = virtualPairs(mirror, nodes);
   for (const ServerNode* node : nodes) {
-    const std::string_view pairUID = node->properties.value(driverNodeDeviceKey);
+    const std::string_view pairUID = driverUID(*node);
     if (!pairUID.empty()) {
       const auto pair = pairs.find(pairUID);
       if (pair == pairs.end() || node != pair->second.sink.node) continue;
@@ -104,6 +110,8 @@ std::vector<DeviceRecord> listDevices(const ServerMirror& mirror, ObjectIDs& ids
       continue;
     }
     if (!isSink(*node) && !isSource(*node) && !isDuplex(*node)) continue;
+    // Whoever takes a virtual device's name does not become it, nor while it is away.
+    if (node->name().starts_with(virtualDeviceUIDPrefix) || pairs.contains(node->name())) continue;
     DeviceRecord device = recordOf(mirror, *node, node->name(), ids);
     if (!isSource(*node)) device.playbackPorts = completePorts(mirror, *node, PW_DIRECTION_INPUT);
     if (!isSink(*node)) device.capturePorts = completePorts(mirror, *node, PW_DIRECTION_OUTPUT);

@@ -26,7 +26,8 @@ struct DeviceRecord {
 
 /// The devices of the mirrored server, in the order in which it made them. A device appears once its ports are known,
 /// and a device of the driver once both its nodes have them; of two devices with one UID the one made last counts, so
-/// that a device which the driver makes anew under its UID is there throughout.
+/// that a device which the driver makes anew under its UID is there throughout. A node of another client that has a
+/// virtual device's name, or names of that kind, is no device.
 /// The records are valid until the mirror changes.
 ///
 /// Threads: under the connection's lock.

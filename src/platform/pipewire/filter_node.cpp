@@ -79,8 +79,13 @@ void FilterNode::addPorts(pw_direction direction, std::uint32_t count, std::vect
   }
 }
 
-void FilterNode::onState(void* data, pw_filter_state /*old*/, pw_filter_state /*state*/, const char* /*error*/) {
-  static_cast<FilterNode*>(data)->changed_();
+void FilterNode::onState(void* data, pw_filter_state /*old*/, pw_filter_state state, const char* /*error*/) {
+  auto* const self = static_cast<FilterNode*>(data);
+  const bool isThere = state == PW_FILTER_STATE_PAUSED || state == PW_FILTER_STATE_STREAMING;
+  self->wasThere_ = self->wasThere_ || isThere;
+  // One that the server has never made is refused, and would be again.
+  if (self->wasThere_ && state <= PW_FILTER_STATE_UNCONNECTED) self->isLost_ = true;
+  self->changed_();
 }
 
 /// What a port has for this cycle, null when nothing is linked to it. In the cycle in which the server's blocks grow, a

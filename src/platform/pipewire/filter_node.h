@@ -55,6 +55,9 @@ class FilterNode {
   /// Asks for another block size, or for the same one at another rate. The node runs on.
   void askForLatency(std::uint32_t frames, std::uint32_t rateHz);
 
+  /// Whether the server has taken away the node, which it had made: any client may ask for that.
+  bool isLost() const noexcept { return isLost_; }
+
   /// The node's global ID, or SPA_ID_INVALID before the server has told it.
   std::uint32_t globalID() const;
 
@@ -79,6 +82,8 @@ class FilterNode {
   std::vector<float*> outputs_;
   /// For each input port what a buffer shorter than the cycle is completed in.
   std::vector<std::vector<float>> completed_;
+  bool wasThere_ = false;
+  bool isLost_ = false;
   std::atomic<std::uint32_t> cycleRateHz_{0};
   std::atomic<std::uint32_t> cycleFrames_{0};
 };

@@ -38,7 +38,11 @@ void RouteTable::relink(const ServerMirror& mirror) {
   if (core_ == nullptr) return;
   keepBlockSizes();
   std::vector<LinkRequest> wanted;
-  for (const auto& [key, route] : routes_) {
+  for (auto& [key, route] : routes_) {
+    if (route.node && route.node->isLost()) {
+      route.node.reset();
+      realise(route);
+    }
     if (!route.node) continue;
     const std::uint32_t id = route.node->globalID();
     if (id == SPA_ID_INVALID) continue;

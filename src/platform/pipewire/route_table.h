@@ -47,7 +47,8 @@ class RouteTable {
   void connect(pw_core* core);
   /// Drops all nodes and links, keeps the routes.
   void disconnect();
-  /// Brings the links in line with what the routes want, and the blocks that they ask for with the server's rate.
+  /// Makes those nodes anew that other clients have deleted, and brings the links in line with what the routes want
+  /// and the blocks that they ask for with the server's rate.
   void relink(const ServerMirror& mirror);
 
   /// The rate of the last cycle of any running node in Hz, or 0.
