@@ -15,8 +15,13 @@ void fetchBuffers(std::span<void* const> ports, std::span<float*> buffers, std::
 
 }  // namespace
 
-FilterNode::FilterNode(pw_core* core, const FilterShape& shape, FilterProcess& process, std::function<void()> changed)
-    : process_(process), changed_(std::move(changed)), inputs_(shape.inputPorts), outputs_(shape.outputPorts) {
+FilterNode::FilterNode(pw_core* core, const FilterShape& shape, FilterProcess& process, CycleCounter& counter,
+                       std::function<void()> changed)
+    : process_(process),
+      changed_(std::move(changed)),
+      inputs_(shape.inputPorts),
+      outputs_(shape.outputPorts),
+      counter_(counter) {
   static constexpr pw_filter_events events = {
       .version = PW_VERSION_FILTER_EVENTS,
       .destroy = nullptr,
@@ -79,6 +84,15 @@ void FilterNode::onProcess(void* data, spa_io_position* position) {
   self->cycleFrames_.store(frames, std::memory_order_relaxed);
   fetchBuffers(self->inputPorts_, self->inputs_, frames);
   fetchBuffers(self->outputPorts_, self->outputs_, frames);
+  const NodeCycles::Step step = self->cycles_.next(self->counter_.number(position->clock));
+  if (step.isRepeated) {
+    // Its sound has been taken and given already.
+    for (float* const output : self->outputs_) {
+      if (output != nullptr) std::fill_n(output, frames, 0.0F);
+    }
+    return;
+  }
+  if (step.missedCycles > 0) self->process_.missed(step.missedCycles * frames);
   self->process_.process(self->inputs_, self->outputs_, frames);
 }
 
