@@ -15,12 +15,14 @@ std::string latencyText(std::uint32_t frames, std::uint32_t rateHz) {
 
 }  // namespace
 
-FilterNode::FilterNode(pw_core* core, const FilterShape& shape, FilterProcess& process, std::function<void()> changed)
+FilterNode::FilterNode(pw_core* core, const FilterShape& shape, FilterProcess& process, CycleCounter& counter,
+                       std::function<void()> changed)
     : process_(process),
       changed_(std::move(changed)),
       inputs_(shape.inputPorts),
       outputs_(shape.outputPorts),
-      completed_(shape.inputPorts, std::vector<float>(maximumCycleFrames)) {
+      completed_(shape.inputPorts, std::vector<float>(maximumCycleFrames)),
+      counter_(counter) {
   static constexpr pw_filter_events events = {
       .version = PW_VERSION_FILTER_EVENTS,
       .destroy = nullptr,
@@ -119,6 +121,15 @@ void FilterNode::onProcess(void* data, spa_io_position* position) {
   for (std::size_t i = 0; i < self->outputs_.size(); ++i) {
     self->outputs_[i] = static_cast<float*>(pw_filter_get_dsp_buffer(self->outputPorts_[i], frames));
   }
+  const NodeCycles::Step step = self->cycles_.next(self->counter_.number(position->clock));
+  if (step.isRepeated) {
+    // Its sound has been taken and given already.
+    for (float* const output : self->outputs_) {
+      if (output != nullptr) std::fill_n(output, frames, 0.0F);
+    }
+    return;
+  }
+  if (step.missedCycles > 0) self->process_.missed(step.missedCycles * frames);
   self->process_.process(self->inputs_, self->outputs_, frames);
 }
 

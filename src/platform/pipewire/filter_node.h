@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/pipewire/cycle_counter.h"
+
 namespace brindlemux {
 
 /// The most frames that one cycle of the server can have.
@@ -24,6 +26,11 @@ class FilterProcess {
   /// Threads: the data thread; must not allocate, block or throw.
   virtual void process(std::span<float* const> inputs, std::span<float* const> outputs,
                        std::uint32_t frames) noexcept = 0;
+
+  /// The server has left the node out of cycles of that many frames in all, in which it called other nodes of the
+  /// program; comes before the next `process`.
+  /// Threads: as `process`.
+  virtual void missed(std::uint64_t /*frames*/) noexcept {}
 };
 
 /// How a filter presents itself.
@@ -42,9 +49,10 @@ struct FilterShape {
 /// Threads: construct and destroy under the connection's lock; once destroyed, no callback of it runs.
 class FilterNode {
  public:
-  /// `process` is borrowed; `changed` is called when the node has reached another state, and by the data thread when
-  /// the server has begun to run at another rate: it must not block.
-  FilterNode(pw_core* core, const FilterShape& shape, FilterProcess& process, std::function<void()> changed);
+  /// `process` and `counter`, which all nodes share, are borrowed; `changed` is called when the node has reached
+  /// another state, and by the data thread when the server has begun to run at another rate: it must not block.
+  FilterNode(pw_core* core, const FilterShape& shape, FilterProcess& process, CycleCounter& counter,
+             std::function<void()> changed);
   ~FilterNode();
   FilterNode(const FilterNode&) = delete;
   FilterNode& operator=(const FilterNode&) = delete;
@@ -84,6 +92,8 @@ class FilterNode {
   std::vector<std::vector<float>> completed_;
   bool wasThere_ = false;
   bool isLost_ = false;
+  CycleCounter& counter_;
+  NodeCycles cycles_;
   std::atomic<std::uint32_t> cycleRateHz_{0};
   std::atomic<std::uint32_t> cycleFrames_{0};
 };

@@ -71,7 +71,7 @@ std::uint32_t RouteTable::cycleRateHz() const {
 }
 
 bool RouteTable::realise(Route& route) {
-  auto node = std::make_unique<FilterNode>(core_, route.shape, *route.process, changed_);
+  auto node = std::make_unique<FilterNode>(core_, route.shape, *route.process, counter_, changed_);
   if (!node->isValid()) return false;
   route.node = std::move(node);
   return true;

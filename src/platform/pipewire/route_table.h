@@ -67,6 +67,7 @@ class RouteTable {
 
   std::function<void()> changed_;
   PortLinker linker_;
+  CycleCounter counter_;
   pw_core* core_ = nullptr;
   std::map<std::uint64_t, Route> routes_;
 };

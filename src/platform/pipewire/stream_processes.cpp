@@ -59,15 +59,24 @@ void TapProcess::process(std::span<float* const> inputs, std::span<float* const>
 }
 
 PlaybackProcess::PlaybackProcess(std::uint32_t channels, RenderCallback render)
-    : render_(std::move(render)), interleaved_(std::size_t{channels} * maximumCycleFrames) {}
+    : render_(std::move(render)), channels_(channels), interleaved_(std::size_t{channels} * maximumCycleFrames) {}
+
+OSStatus PlaybackProcess::render(std::uint32_t frames) noexcept {
+  const AudioBuffer buffer = {.channels = channels_,
+                              .byteSize = frames * channels_ * static_cast<std::uint32_t>(sizeof(float)),
+                              .data = interleaved_.data()};
+  return render_({&buffer, 1}, frames);
+}
+
+void PlaybackProcess::missed(std::uint64_t frames) noexcept {
+  // A ring moves a reader that falls behind by more than this.
+  if (frames <= maximumCycleFrames) render(static_cast<std::uint32_t>(frames));
+}
 
 void PlaybackProcess::process(std::span<float* const> /*inputs*/, std::span<float* const> outputs,
                               std::uint32_t frames) noexcept {
   const std::size_t channels = outputs.size();
-  const AudioBuffer buffer = {.channels = static_cast<std::uint32_t>(channels),
-                              .byteSize = static_cast<std::uint32_t>(frames * channels * sizeof(float)),
-                              .data = interleaved_.data()};
-  if (render_({&buffer, 1}, frames) != noErr) std::fill_n(interleaved_.begin(), frames * channels, 0.0F);
+  if (render(frames) != noErr) std::fill_n(interleaved_.begin(), frames * channels, 0.0F);
   for (std::size_t channel = 0; channel < channels; ++channel) {
     float* const out = outputs[channel];
     if (out == nullptr) continue;

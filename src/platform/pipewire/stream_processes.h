@@ -44,14 +44,19 @@ class TapProcess final : public FilterProcess {
   std::array<std::vector<float>, 2> mixed_;
 };
 
-/// Fills a filter's outputs from a render callback that writes one interleaved buffer.
+/// Fills a filter's outputs from a render callback that writes one interleaved buffer. What would have been played in
+/// missed cycles is rendered and dropped, since a reader that has not read would otherwise stay that much later.
 class PlaybackProcess final : public FilterProcess {
  public:
   PlaybackProcess(std::uint32_t channels, RenderCallback render);
   void process(std::span<float* const> inputs, std::span<float* const> outputs, std::uint32_t frames) noexcept override;
+  void missed(std::uint64_t frames) noexcept override;
 
  private:
+  OSStatus render(std::uint32_t frames) noexcept;
+
   RenderCallback render_;
+  const std::uint32_t channels_;
   std::vector<float> interleaved_;
 };
 
