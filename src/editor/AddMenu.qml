@@ -6,7 +6,8 @@ import Brindlemux.Controller
 import Brindlemux.Editor
 import Brindlemux.Theme
 
-/// A button that opens a menu of what can be added. The arrow keys, Home, End and Enter work in it; Escape closes it.
+/// A button that opens a menu of what can be added. The arrow keys, Home, End, Enter and the first letters of an entry
+/// work in it; Escape closes it.
 IconButton {
     id: root
 

@@ -20,7 +20,6 @@ Item {
     readonly property bool current: ListView.isCurrentItem && choosable
     readonly property bool isFirst: section !== "" && ListView.previousSection !== section
 
-    signal pointed
     signal chosen
 
     function choose() {
@@ -70,6 +69,7 @@ Item {
         }
 
         Text {
+            objectName: root.objectName + ".label"
             anchors.left: root.symbol === "" ? parent.left : icon.right
             anchors.leftMargin: 10
             anchors.right: parent.right
@@ -87,7 +87,6 @@ Item {
         HoverHandler {
             enabled: root.choosable
             cursorShape: Qt.PointingHandCursor
-            onHoveredChanged: if (hovered) root.pointed()
         }
 
         TapHandler {

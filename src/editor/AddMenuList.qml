@@ -1,10 +1,12 @@
 pragma ComponentBehavior: Bound
 
 import QtQuick
+import QtQuick.Templates as T
 import Brindlemux.Controller
-import Brindlemux.Theme
+import Brindlemux.Editor
 
-/// The entries of an add menu in their sections. Rows without a kind are there to be read only.
+/// The entries of an add menu in their sections. Rows without a kind are there to be read only. The arrow keys and the
+/// letters that a label begins with lead to an entry, and so does the pointer, when it moves.
 ListView {
     id: root
 
@@ -32,7 +34,18 @@ ListView {
             currentIndex = next;
     }
 
-    onOpenChanged: if (open) currentIndex = neighbour(-1, 1)
+    function typed(text: string) {
+        const found = typeAhead.type(currentIndex, text);
+        if (found >= 0)
+            currentIndex = found;
+    }
+
+    onOpenChanged: {
+        typeAhead.forget();
+        pointer.place = undefined;
+        if (open)
+            currentIndex = neighbour(-1, 1);
+    }
 
     implicitHeight: contentHeight
     focus: true
@@ -49,9 +62,10 @@ ListView {
 
     section.property: "section"
 
+    T.ScrollBar.vertical: CanvasScrollBar {}
+
     delegate: AddMenuEntry {
         width: ListView.view.width
-        onPointed: root.currentIndex = index
         onChosen: root.chosen(kind, identifier, label)
     }
 
@@ -59,11 +73,40 @@ ListView {
     Keys.onDownPressed: move(currentIndex, 1)
     Keys.onReturnPressed: (currentItem as AddMenuEntry)?.choose()
     Keys.onEnterPressed: (currentItem as AddMenuEntry)?.choose()
-    Keys.onSpacePressed: (currentItem as AddMenuEntry)?.choose()
+    Keys.onSpacePressed: typeAhead.isTyping() ? typed(" ") : (currentItem as AddMenuEntry)?.choose()
     Keys.onPressed: event => {
-        if (event.key !== Qt.Key_Home && event.key !== Qt.Key_End)
+        if (event.key === Qt.Key_Home)
+            move(-1, 1);
+        else if (event.key === Qt.Key_End)
+            move(count, -1);
+        else if (typeAhead.isTyped(event.text) && !(event.modifiers & (Qt.ControlModifier | Qt.AltModifier | Qt.MetaModifier)))
+            typed(event.text);
+        else
             return;
         event.accepted = true;
-        event.key === Qt.Key_Home ? move(-1, 1) : move(count, -1);
+    }
+
+    TypeAhead {
+        id: typeAhead
+
+        objectName: root.objectName + ".typeAhead"
+        entries: root.entries
+    }
+
+    HoverHandler {
+        id: pointer
+
+        // Where it was. Rows that pass below a pointer at rest, as the keys lead through them, are not pointed at.
+        property var place: undefined
+
+        onPointChanged: {
+            const now = point.scenePosition;
+            const hasMoved = place !== undefined && (now.x !== place.x || now.y !== place.y);
+            place = now;
+            const at = root.contentItem.mapFromItem(null, now);
+            const row = root.indexAt(at.x, at.y);
+            if (hasMoved && row >= 0 && root.isChoosable(row))
+                root.currentIndex = row;
+        }
     }
 }

@@ -48,6 +48,9 @@ Flickable {
     onContentXChanged: carryWire()
     onContentYChanged: carryWire()
     onFocusedChanged: {
+        // What is pressed is under the pointer and stays there.
+        if ((focused as T.Control)?.focusReason === Qt.MouseFocusReason)
+            return;
         // The canvas itself may have the focus; only what lies on it is brought into sight.
         for (let item = focused?.parent; item; item = item.parent) {
             if (item === wiring.space)

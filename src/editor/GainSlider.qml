@@ -31,6 +31,13 @@ T.Slider {
     Accessible.role: Accessible.Slider
 
     onMoved: edited(value)
+    // Neither a hand nor a key, nor the gain itself, so that it is assistive technology.
+    onValueChanged: {
+        if (!pressed && value !== gain && gain >= from && gain <= to)
+            edited(value);
+    }
+    Accessible.onIncreaseAction: edited(Math.min(value + stepSize, to))
+    Accessible.onDecreaseAction: edited(Math.max(value - stepSize, from))
 
     Keys.onPressed: event => {
         const steps = {

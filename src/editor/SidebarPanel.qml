@@ -55,6 +55,13 @@ Rectangle {
             if (chosen)
                 root.appState.selectedDeviceUID = chosen.uid;
         }
+        /// The selected row is the current one, wherever a change of the list has put it.
+        function followSelection() {
+            for (let row = 0; row < count; ++row) {
+                if ((itemAtIndex(row) as DeviceRow)?.selected)
+                    currentIndex = row;
+            }
+        }
 
         objectName: "sidebar.devices"
         anchors.left: parent.left
@@ -80,8 +87,9 @@ Rectangle {
             appState: root.appState
             onChosen: root.appState.selectedDeviceUID = uid
             onSelectedChanged: if (selected) list.currentIndex = index
-            onIndexChanged: if (selected) list.currentIndex = index
-            Component.onCompleted: if (selected) list.currentIndex = index
+            // Later, since a list that is told its current row while rows come and go loses count of them.
+            onIndexChanged: Qt.callLater(list.followSelection)
+            Component.onCompleted: Qt.callLater(list.followSelection)
         }
 
         Keys.onUpPressed: select(currentIndex - 1)
@@ -119,9 +127,16 @@ Rectangle {
             anchors.verticalCenter: parent.verticalCenter
             symbol: "minus"
             help: "Delete selected device"
-            enabled: root.appState.selectedDeviceUID !== ""
+            enabled: selected.exists
             onClicked: root.askToDelete()
         }
+    }
+
+    VirtualDeviceRecord {
+        id: selected
+
+        appState: root.appState
+        uid: root.appState.selectedDeviceUID
     }
 
     VirtualDeviceRecord {

@@ -19,7 +19,7 @@ namespace brindlemux {
 /// which colours they take.
 ///
 /// Threads: one at a time.
-/// Source:  bench/canvas_bench.cpp has the cost of a frame.
+/// Source:  bench/canvas_bench.cpp has the cost of a frame with a crowded graph.
 class WirePainter {
  public:
   /// Pixels per point.

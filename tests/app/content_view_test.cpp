@@ -140,6 +140,46 @@ TEST(Accessibility, everythingThatTheKeyboardReachesHasANameAndARole) {
   open.state->setSettingsSheetUID(device("A").uid);
   ASSERT_TRUE(eventually([&] { return open.hasFocus("settings.mode.2"); }));
   check("the settings");
+  for (int row = 0; row < 4; ++row) {
+    QAccessibleInterface* mode =
+        QAccessible::queryAccessibleInterface(open.item("settings.mode." + std::to_string(row)));
+    EXPECT_EQ(mode->role(), QAccessible::RadioButton);
+    // A new graph's 256.
+    EXPECT_EQ(mode->state().checked, row == 2);
+  }
+  for (const QString& action :
+       {QAccessibleActionInterface::toggleAction(), QAccessibleActionInterface::pressAction()}) {
+    const int row = action == QAccessibleActionInterface::pressAction() ? 3 : 0;
+    QAccessible::queryAccessibleInterface(open.item("settings.mode." + std::to_string(row)))
+        ->actionInterface()
+        ->doAction(action);
+    EXPECT_EQ(open.state->graph(device("A").uid).latencyFrames, row == 3 ? 512 : 64);
+  }
+  open.press(Qt::Key_Escape);
+  ASSERT_TRUE(eventually([&] { return !open.shows("settings.close"); }));
+  open.hardware.journal().failEvery("createIOProc", -1);
+  AppStateProbe::restartAllEngines(*open.state);
+  ASSERT_TRUE(eventually([&] { return open.hasFocus("errorAlert.dismiss"); }));
+  QAccessibleInterface* alert = QAccessible::queryAccessibleInterface(open.item("errorAlert.message"));
+  EXPECT_EQ(alert->role(), QAccessible::AlertMessage);
+  EXPECT_EQ(alert->text(QAccessible::Name), "Creating input IOProc failed (OSStatus -1)");
+}
+
+TEST(Accessibility, pagesOfTheFirstStartSayWhatTheyShow) {
+  QAccessible::setActive(true);
+  OpenWindow open({device("A")}, OpenWindow::Start::first);
+  ASSERT_TRUE(eventually([&] { return open.hasFocus("onboarding.next"); }));
+  const auto name = [&open](const std::string& item) {
+    return QAccessible::queryAccessibleInterface(open.item(item))->text(QAccessible::Name);
+  };
+  EXPECT_EQ(name("onboarding.skip"), "Skip");
+  EXPECT_EQ(name("onboarding.next"), "Next");
+  EXPECT_EQ(name("onboarding.dots"), "Page 1 of 4");
+  EXPECT_EQ(name("onboarding.page.0"), "Welcome to Brindlemux");
+  EXPECT_FALSE(
+      QAccessible::queryAccessibleInterface(open.item("onboarding.page.0"))->text(QAccessible::Description).isEmpty());
+  open.press(Qt::Key_Right);
+  EXPECT_EQ(name("onboarding.dots"), "Page 2 of 4");
 }
 
 }  // namespace

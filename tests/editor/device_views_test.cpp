@@ -101,6 +101,25 @@ TEST(SidebarPanel, questionGoesWithTheDeviceThatItIsAbout) {
   EXPECT_THAT(open.state->virtualDevices(), SizeIs(1));
 }
 
+TEST(SidebarPanel, emptiesAndFillsAgainWithTheDriver) {
+  EditorWindow open({device("A"), device("B", 4), device("C")});
+  ASSERT_TRUE(open.comesToShow("device." + device("C").uid));
+  open.hardware.uninstallDriver();
+  open.state->refreshEnvironment();
+  EXPECT_TRUE(eventually([&] { return !open.shows(rowA) && !open.shows(rowB); }));
+  EXPECT_FALSE(open.shows("device." + device("C").uid));
+  EXPECT_TRUE(open.shows("sidebar.empty"));
+  EXPECT_FALSE(open.property("sidebar.delete", "enabled").toBool());
+  open.hardware.installDriver({device("C"), device("A")});
+  open.state->reload();
+  EXPECT_TRUE(open.comesToShow(rowA));
+  EXPECT_TRUE(open.comesToShow("device." + device("C").uid));
+  // The selected one is still selected, and the keys go on from it.
+  EXPECT_TRUE(open.property(rowA, "selected").toBool());
+  EXPECT_TRUE(eventually([&] { return open.property("sidebar.devices", "currentIndex") == 1; }));
+  EXPECT_TRUE(open.property("sidebar.delete", "enabled").toBool());
+}
+
 TEST(SidebarPanel, switchTurnsADeviceOff) {
   EditorWindow open;
   open.click(rowB + ".enabled");
@@ -202,6 +221,80 @@ TEST(DeviceDetailView, deviceThatVanishesUnderARenameTakesItAlong) {
   EXPECT_EQ(nameOf(open), "B");
 }
 
+/// One line, cut where there is no room, that ends before what stands beside it.
+void expectInPlace(const EditorWindow& open, const std::string& text, const std::string& beside) {
+  open.settle();
+  const QQuickItem* item = open.item(text);
+  EXPECT_LE(item->property("contentWidth").toDouble(), item->width() + 0.5) << text;
+  EXPECT_LE(item->property("lineCount").toInt(), 1) << text;
+  EXPECT_LE(item->mapToScene({item->width(), 0}).x(), open.item(beside)->mapToScene({0, 0}).x()) << text;
+}
+
+void expectInTheWindow(const EditorWindow& open, const std::string& name) {
+  const QQuickItem* item = open.item(name);
+  const QRectF place = item->mapRectToScene(item->boundingRect());
+  EXPECT_TRUE(QRectF({0, 0}, open.window()->size()).contains(place)) << name;
+}
+
+class DeviceNames : public testing::TestWithParam<const char*> {};
+
+TEST_P(DeviceNames, stayInTheirPlace) {
+  EditorWindow open;
+  open.window()->resize(1220, 600);
+  VirtualDeviceConfig named = device("A");
+  named.name = GetParam();
+  open.publish({named, device("B", 4)});
+  open.state->reload();
+  EXPECT_EQ(open.text("detail.name"), named.name);
+  expectInPlace(open, rowA + ".name", rowA + ".enabled");
+  expectInPlace(open, "detail.name", "detail.rename");
+  EXPECT_LT(open.item("detail.rename")->mapToScene({26, 0}).x(),
+            open.item("detail.disconnect")->mapToScene({0, 0}).x());
+
+  open.click("sidebar.delete");
+  ASSERT_TRUE(open.comesToShow("confirmation.message"));
+  expectInTheWindow(open, "confirmation.message");
+  expectInTheWindow(open, "confirmation.confirm");
+  open.key(Qt::Key_Escape);
+  ASSERT_TRUE(eventually([&] { return !open.shows("confirmation.message"); }));
+
+  open.click("detail.settings");
+  ASSERT_TRUE(open.comesToShow("settings.deviceName"));
+  expectInPlace(open, "settings.deviceName", "settings.close");
+  expectInTheWindow(open, "settings.note");
+}
+
+/// Those of the audio server's devices, which have what names they like.
+class MenuNames : public DeviceNames {};
+
+TEST_P(MenuNames, stayInTheirPlace) {
+  EditorWindow open;
+  open.hardware.addDevice(test::output("Other", GetParam()));
+  open.state->refreshEnvironment();
+  open.click("addMonitor");
+  ASSERT_TRUE(open.comesToShow("entry.monitor Other"));
+  const QQuickItem* entry = open.item("entry.monitor Other");
+  const QQuickItem* label = open.item("entry.monitor Other.label");
+  EXPECT_EQ(open.text("entry.monitor Other.label"), GetParam());
+  EXPECT_EQ(entry->height(), 28);
+  EXPECT_LE(label->property("contentWidth").toDouble(), label->width() + 0.5);
+  EXPECT_LE(label->x() + label->width(), entry->width());
+}
+
+const auto namesOfAnyKind = testing::Values(
+    "A name that is far too long for every place that it has in this window, whatever that place is "
+    "and however wide the window may be made by hand",
+    "WWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWWW",
+    "مشغل الصوت الطويل جدا لاختبار الاتجاه من اليمين إلى اليسار في كل مكان هنا",
+    "🎧🎹🥁🎸🎺🎻🎤🎧🎹🥁🎸🎺🎻🎤🎧🎹🥁🎸🎺🎻🎤🎧🎹🥁🎸🎺🎻🎤",
+    "two\nlines", "<b>bold</b> & <i>plain</i>");
+
+std::string nameNumber(const testing::TestParamInfo<const char*>& test) { return "name" + std::to_string(test.index); }
+
+INSTANTIATE_TEST_SUITE_P(OfAnyKind, DeviceNames, namesOfAnyKind, nameNumber);
+INSTANTIATE_TEST_SUITE_P(OfAnyKind, MenuNames, namesOfAnyKind, nameNumber);
+INSTANTIATE_TEST_SUITE_P(Empty, MenuNames, testing::Values(""), nameNumber);
+
 TEST(DeviceDetailView, opensTheSettingsOfItsDevice) {
   EditorWindow open;
   EXPECT_EQ(open.property("detail.settings", "help"), "Device settings");
@@ -266,6 +359,54 @@ TEST(AddMenus, keysChooseAnEntry) {
   open.key(Qt::Key_Return);
   ASSERT_THAT(open.graph().sources, SizeIs(2));
   EXPECT_EQ(open.graph().sources[1].kind, SourceKindConfig(SystemAudioSource{}));
+}
+
+TEST(AddMenus, lettersLeadToAnEntry) {
+  EditorWindow open;
+  open.click("addSource");
+  ASSERT_TRUE(eventually([&] { return open.shows("addSource.list") && open.hasFocus("addSource.list"); }));
+  // However slow the machine is, no letter comes too late.
+  open.item("addSource.list")->findChild<QObject*>("addSource.list.typeAhead")->setProperty("patience", 1000000);
+  open.type("s");
+  EXPECT_EQ(open.property("addSource.list", "currentIndex"), 2);
+  EXPECT_THAT(open.graph().sources, IsEmpty());
+  open.key(Qt::Key_Escape);
+  ASSERT_TRUE(eventually([&] { return !open.shows("addSource.list"); }));
+  open.key(Qt::Key_Return);
+  ASSERT_TRUE(eventually([&] { return open.shows("addSource.list") && open.hasFocus("addSource.list"); }));
+  // A space within a name chooses nothing; what was typed before the menu closed is forgotten.
+  open.type("desk m");
+  EXPECT_EQ(open.property("addSource.list", "currentIndex"), 1);
+  EXPECT_THAT(open.graph().sources, IsEmpty());
+  open.key(Qt::Key_Return);
+  ASSERT_THAT(open.graph().sources, SizeIs(1));
+  EXPECT_EQ(open.graph().sources[0].kind, SourceKindConfig(MicSource{"Microphone", "Desk Microphone"}));
+}
+
+TEST(AddMenus, keysAreFollowedUnderAPointerAtRest) {
+  EditorWindow open;
+  for (std::int32_t pid = 200; pid < 240; ++pid) {
+    open.hardware.addProcess({.pid = pid, .bundleID = "com.example." + std::to_string(pid), .isPlaying = true});
+    open.applications.set(pid, "Browser " + std::to_string(pid));
+  }
+  open.state->refreshEnvironment();
+  open.click("addSource");
+  ASSERT_TRUE(eventually([&] { return open.shows("addSource.list") && open.hasFocus("addSource.list"); }));
+  const QPoint at = open.middle("addSource.list");
+  open.move(at);
+  open.move(at + QPoint(0, 1));
+  const auto current = [&] { return open.property("addSource.list", "currentIndex").toInt(); };
+  ASSERT_TRUE(eventually([&] { return current() > 2; }));
+  const int pointed = current();
+  for (int presses = 0; presses < 20; ++presses) {
+    open.key(Qt::Key_Down);
+    // The list scrolls, and whatever is below the pointer then is told so.
+    open.settle();
+  }
+  EXPECT_EQ(current(), pointed + 20);
+  EXPECT_GT(open.property("addSource.list", "contentY").toDouble(), 0);
+  open.move(at);
+  EXPECT_TRUE(eventually([&] { return current() != pointed + 20; }));
 }
 
 TEST(AddMenus, escapeAddsNothing) {

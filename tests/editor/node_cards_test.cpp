@@ -227,6 +227,41 @@ TEST(NodeCards, doubleClickReturnsToUnity) {
   EXPECT_TRUE(eventually([&] { return open.gain(0) == 1.0F; }));
 }
 
+TEST(NodeCards, pressedSliderTakesTheFocusAndStaysUnderThePointer) {
+  Cards open;
+  open.edit([](DeviceGraph& graph) {
+    for (std::uint8_t number = 20; number < 30; ++number) graph.sources.push_back(player(number));
+  });
+  open.openGain(sourceB);
+  QQuickItem* canvas = open.item("canvas.flickable");
+  const std::string slider = sourceB + ".gain.slider";
+  // Scrolled so far that only the lower half of the slider can be seen.
+  const QQuickItem* item = open.item(slider);
+  open.settle();
+  const QPointF middle{item->width() / 2, item->height() / 2};
+  canvas->setProperty("contentY", item->mapToItem(canvas->property("contentItem").value<QQuickItem*>(), middle).y());
+  const double contentY = canvas->property("contentY").toDouble();
+  const QPoint at = open.handle(slider, 2) + QPoint(0, 4);
+  open.press(at);
+  EXPECT_TRUE(open.hasFocus(slider));
+  open.settle();
+  EXPECT_EQ(canvas->property("contentY").toDouble(), contentY);
+  EXPECT_NEAR(open.gain(1), 2, 0.05);
+  // A hand that wavers does not scroll either.
+  open.move(at + QPoint(0, 30));
+  open.move(at + QPoint(0, 60));
+  open.settle();
+  EXPECT_EQ(canvas->property("contentY").toDouble(), contentY);
+  EXPECT_TRUE(item->property("pressed").toBool());
+  open.release(at + QPoint(0, 60));
+  // The keys have it, and bring it into sight when they come back to it.
+  open.key(Qt::Key_Home);
+  EXPECT_EQ(open.gain(1), 0.0F);
+  open.focus("sidebar.devices");
+  open.focus(slider);
+  EXPECT_LT(canvas->property("contentY").toDouble(), contentY);
+}
+
 TEST(NodeCards, gainRowStaysOpenWhileOtherNodesComeAndGo) {
   Cards open;
   open.openGain(sourceB);
@@ -367,6 +402,32 @@ TEST(NodeCards, everyControlSaysWhatItIs) {
   EXPECT_EQ(slider->maximumValue().toDouble(), 4.0);
   EXPECT_EQ(open.accessible(sourceA + ".gain.slider")->text(QAccessible::Name), "Volume of Player");
   EXPECT_TRUE(open.accessible(sourceA + ".enabled")->state().checked);
+}
+
+TEST(NodeCards, assistiveTechnologySwitchesAndTurnsToo) {
+  QAccessible::setActive(true);
+  Cards open;
+  open.edit([](DeviceGraph& graph) { graph.sources[1].gain = 6; });
+  open.openGain(sourceA);
+  open.openGain(sourceB);
+  QAccessibleInterface* slider = open.accessible(sourceA + ".gain.slider");
+  slider->valueInterface()->setCurrentValue(2.5);
+  EXPECT_EQ(open.gain(0), 2.5F);
+  slider->actionInterface()->doAction(QAccessibleActionInterface::increaseAction());
+  EXPECT_NEAR(open.gain(0), 2.51, 1e-6);
+  slider->actionInterface()->doAction(QAccessibleActionInterface::decreaseAction());
+  EXPECT_NEAR(open.gain(0), 2.5, 1e-6);
+  // A gain beyond the slider's range is shown at its end and left alone.
+  EXPECT_EQ(open.gain(1), 6.0F);
+  for (const QString& action :
+       {QAccessibleActionInterface::toggleAction(), QAccessibleActionInterface::pressAction()}) {
+    const bool was = open.graph().sources[0].enabled;
+    open.accessible(sourceA + ".enabled")->actionInterface()->doAction(action);
+    EXPECT_EQ(open.graph().sources[0].enabled, !was);
+    EXPECT_EQ(open.accessible(sourceA + ".enabled")->state().checked, !was);
+  }
+  open.accessible(sourceA + ".remove")->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+  EXPECT_THAT(open.graph().sources, SizeIs(1));
 }
 
 TEST(NodeCards, helpAppearsUnderAPointerThatRests) {

@@ -64,6 +64,10 @@ ChildProcess::ChildProcess(const Command& command)
   }
   // From here to exec only calls that are safe after a fork of a process with threads.
   setpgid(0, 0);
+  // Signals that this process holds back end the child all the same.
+  sigset_t none;
+  sigemptyset(&none);
+  sigprocmask(SIG_SETMASK, &none, nullptr);
   prctl(PR_SET_PDEATHSIG, SIGTERM);
   if (getppid() != parent) _exit(127);
   const int input = open("/dev/null", O_RDONLY);

@@ -48,6 +48,17 @@ TEST(ChildProcess, stopGivesTheSignalsStatus) {
   EXPECT_FALSE(process.running());
 }
 
+TEST(ChildProcess, stopsWhereThisProcessHoldsTheSignalBack) {
+  sigset_t held;
+  sigset_t former;
+  sigemptyset(&held);
+  sigaddset(&held, SIGTERM);
+  ASSERT_EQ(pthread_sigmask(SIG_BLOCK, &held, &former), 0);
+  ChildProcess process({{"sleep", "1000"}});
+  pthread_sigmask(SIG_SETMASK, &former, nullptr);
+  EXPECT_EQ(process.stop(SIGTERM), 128 + SIGTERM);
+}
+
 TEST(ChildProcess, killsTheGroupOfOneThatDoesNotStop) {
   // The shell ignores the signal, and so does the sleep that it waits for.
   ChildProcess process({{"sh", "-c", "trap '' TERM; sleep 1000 & echo $!; wait"}});

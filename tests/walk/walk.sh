@@ -10,54 +10,13 @@ build=${1:?usage: walk.sh BUILD_FOLDER}
 width=1220
 height=740
 
-work=$(mktemp -d "${TMPDIR:-/tmp}/brindlemux-walk.XXXXXX") || exit 1
-started=()
-# shellcheck disable=SC2317  # reached through the trap
-finish() {
-  local status=$? index
-  trap - EXIT
-  for ((index = ${#started[@]} - 1; index >= 0; index--)); do
-    kill -TERM "${started[index]}" 2>/dev/null
-    wait "${started[index]}" 2>/dev/null
-  done
-  rm -rf "$work"
-  exit "$status"
-}
-trap finish EXIT
-
-fail() {
-  printf 'walk: %s\n' "$*" >&2
-  for log in "$work"/*.err; do
-    [ ! -s "$log" ] || { printf -- '--- %s\n' "${log##*/}" && tail -n 20 "$log"; } >&2
-  done
-  exit 1
-}
-step() { printf 'walk: %s\n' "$*"; }
-
-# until_true WHAT COMMAND...: polls the command until it succeeds; fails after 20 seconds.
-until_true() {
-  local what=$1 deadline=$((SECONDS + 20))
-  shift
-  until "$@"; do
-    [ $SECONDS -lt $deadline ] || fail "$what"
-    sleep 0.1
-  done
-}
+# shellcheck source=tests/walk/ground.sh
+. tests/walk/ground.sh
 
 # ---- The ground: a display, a server with two outputs, a player, the program.
 
-Xvfb -displayfd 3 -screen 0 ${width}x${height}x24 -nolisten tcp 3>"$work/display" >/dev/null 2>"$work/display.err" &
-started+=("$!")
-until_true "no display" test -s "$work/display"
-DISPLAY=:$(cat "$work/display")
-export DISPLAY
-
-setsid scripts/private-audio-server.sh "$work/server" --driver-dir "$build/lib" --sink "speakers:2:Speakers" \
-  --sink "headphones:2:Headphones" </dev/null >"$work/server.out" 2>"$work/server.err" &
-started+=("$!")
-until_true "no audio server" grep -qx ready "$work/server.out"
-# shellcheck source=/dev/null
-. "$work/server/environment"
+start_display
+start_server "speakers:2:Speakers" "headphones:2:Headphones"
 graphs=$XDG_DATA_HOME/Brindlemux/graphs.json
 
 # A tone on the left alone, at -6 dB.
@@ -66,13 +25,7 @@ sox -n -r 48000 -b 16 -c 2 "$work/tone.wav" synth 300 sine 440 sine 440 remix 1v
 paplay "$work/tone.wav" </dev/null >/dev/null 2>"$work/player.err" &
 started+=("$!")
 
-QT_QUICK_BACKEND=software QT_QPA_PLATFORM=xcb "$build/bin/brindlemux" </dev/null >/dev/null 2>"$work/program.err" &
-program=$!
-started+=("$program")
-window=
-find_window() { window=$(xdotool search --onlyvisible --name '^Brindlemux$' 2>/dev/null | head -n 1) && [ -n "$window" ]; }
-until_true "no window" find_window
-xdotool windowmove "$window" 0 0 windowsize "$window" $width $height windowfocus "$window"
+start_program
 
 # ---- The hand.
 
@@ -160,7 +113,5 @@ until_true "no question" shows '#ff6b61' 711 $((height / 2 + 39))
 click 740 $((height / 2 + 39))
 until_true "the device was not deleted" no_device
 
-kill -TERM $program
-wait $program || fail "the program ended with status $?"
-[ ! -s "$work/program.err" ] || fail "the program complained"
+end_program
 step "every step held"

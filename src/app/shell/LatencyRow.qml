@@ -6,7 +6,7 @@ import Brindlemux.Shell
 import Brindlemux.Theme
 
 /// One latency mode to choose. The model fills the first two properties.
-T.AbstractButton {
+T.RadioButton {
     id: root
 
     required property int index
@@ -16,12 +16,14 @@ T.AbstractButton {
     objectName: "settings.mode." + index
     implicitHeight: Math.max(texts.implicitHeight, symbol.implicitHeight) + 18
     hoverEnabled: true
+    checked: selected
+    // A press marks the row by itself; what it shows is for the controller to decide.
+    onToggled: checked = Qt.binding(() => root.selected)
 
-    Accessible.role: Accessible.RadioButton
     Accessible.name: modelData.label
     Accessible.description: modelData.description + ", " + modelData.duration
-    Accessible.checkable: true
-    Accessible.checked: selected
+    Accessible.onToggleAction: clicked()
+    Accessible.onPressAction: clicked()
     Keys.onReturnPressed: clicked()
     Keys.onEnterPressed: clicked()
     Keys.onUpPressed: nextItemInFocusChain(false).forceActiveFocus(Qt.BacktabFocusReason)

@@ -33,17 +33,13 @@ Item {
         anchors.verticalCenter: parent.verticalCenter
         spacing: 2
 
-        Text {
+        NameText {
             objectName: "settings.deviceName"
             width: parent.width
             text: root.deviceName
-            textFormat: Text.PlainText
-            color: Theme.textPrimary
             font.pixelSize: Theme.title3Size
             font.weight: Font.Bold
-            elide: Text.ElideRight
             Accessible.role: Accessible.Heading
-            Accessible.name: text
         }
 
         Text {

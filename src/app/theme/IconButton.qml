@@ -23,6 +23,7 @@ T.Button {
 
     Accessible.role: Accessible.Button
     Accessible.name: help
+    Accessible.onPressAction: if (enabled) clicked()
 
     Keys.onReturnPressed: clicked()
     Keys.onEnterPressed: clicked()

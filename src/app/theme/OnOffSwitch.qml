@@ -35,6 +35,9 @@ T.Switch {
     Accessible.name: help
     Accessible.checkable: true
     Accessible.checked: on
+    // Left alone, assistive technology would move the switch and tell nobody.
+    Accessible.onToggleAction: switched(!on)
+    Accessible.onPressAction: switched(!on)
 
     Keys.onReturnPressed: switched(!on)
     Keys.onEnterPressed: switched(!on)

@@ -28,6 +28,7 @@ T.Button {
     Accessible.role: Accessible.Button
     Accessible.name: text
     Accessible.description: help
+    Accessible.onPressAction: if (enabled) clicked()
 
     Keys.onReturnPressed: clicked()
     Keys.onEnterPressed: clicked()

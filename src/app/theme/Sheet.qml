@@ -4,12 +4,10 @@ import QtQuick
 import QtQuick.Templates as T
 
 /// A panel over the middle of the window that has to be answered first. The keyboard stays within it, Escape closes it,
-/// and closing gives the focus back to whatever had it.
-T.Popup {
+/// and closing gives the focus back to whatever had it. The title is what a screen reader says when the sheet opens.
+T.Dialog {
     id: root
 
-    /// What a screen reader says when the sheet opens.
-    required property string title
     /// What has the keyboard at first.
     property Item initialFocus: null
     property Item formerFocus: null
@@ -43,7 +41,5 @@ T.Popup {
         color: Theme.panel
         border.width: 1
         border.color: Theme.border
-        Accessible.role: Accessible.Dialog
-        Accessible.name: root.title
     }
 }
