@@ -65,6 +65,12 @@ RoutingSession::~RoutingSession() {
   if (program_) program_->stop(SIGTERM);
 }
 
+std::unique_ptr<ChildProcess> RoutingSession::startAgain(const std::map<std::string, std::string>& environment) const {
+  Command command = command_;
+  command.environment.insert(environment.begin(), environment.end());
+  return std::make_unique<ChildProcess>(command);
+}
+
 std::filesystem::path RoutingSession::writeStereo(const std::string& name, std::vector<float> left,
                                                   std::vector<float> right) const {
   const auto path = file(name);

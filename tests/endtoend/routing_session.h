@@ -32,8 +32,8 @@ class RoutingSession {
 
   PrivateServer& server() noexcept { return server_; }
   ChildProcess& program() noexcept { return *program_; }
-  /// Starts the program once more, beside the one that runs.
-  std::unique_ptr<ChildProcess> startAgain() const { return std::make_unique<ChildProcess>(command_); }
+  /// Starts the program, once more where one runs; `environment` is added to its own.
+  std::unique_ptr<ChildProcess> startAgain(const std::map<std::string, std::string>& environment = {}) const;
 
   /// A file of the session's own.
   std::filesystem::path file(const std::string& name) const { return server_.folder() / name; }

@@ -2,14 +2,16 @@
 #include <QGuiApplication>
 #include <QIcon>
 #include <cstdlib>
+#include <string>
 #include <sysexits.h>
 
 #include "app/controller/app_state.h"
 #include "app/controller/qt_scheduler.h"
 #include "app/shell/brindlemux_app.h"
 #include "app/shell/main_window.h"
+#include "app/shell/process_signals.h"
+#include "app/shell/route_report.h"
 #include "app/shell/single_instance.h"
-#include "app/shell/termination_signals.h"
 #include "app/shell/user_defaults.h"
 #include "model/clock.h"
 #include "model/file_locations.h"
@@ -23,7 +25,8 @@ int main(int argc, char* argv[]) {
   using namespace brindlemux;
 
   // First of all, before anything can start a thread.
-  TerminationSignals signals;
+  ProcessSignals terminations({SIGTERM, SIGINT});
+  ProcessSignals reports({SIGUSR1});
 
   QCoreApplication::setOrganizationName(QStringLiteral("Brindlemux"));
   QCoreApplication::setApplicationName(QStringLiteral("Brindlemux"));
@@ -60,8 +63,12 @@ int main(int argc, char* argv[]) {
 
   UserDefaults defaults;
   BrindlemuxApp app(state, defaults, scheduler, QDBusConnection::sessionBus());
-  QObject::connect(&signals, &TerminationSignals::received, &app, &BrindlemuxApp::quit);
-  signals.listen();
+  QObject::connect(&terminations, &ProcessSignals::received, &app, &BrindlemuxApp::quit);
+  terminations.listen();
+  QObject::connect(&reports, &ProcessSignals::received, &app, [&] {
+    for (const std::string& line : routeReport(state)) log.write(line);
+  });
+  reports.listen();
   if (!app.openWindow()) {
     log.write("Brindlemux: the window could not be made");
     state.shutdown();

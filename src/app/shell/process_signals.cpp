@@ -1,43 +1,33 @@
-#include "app/shell/termination_signals.h"
+#include "app/shell/process_signals.h"
 
-#include <csignal>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
 namespace brindlemux {
-namespace {
 
-sigset_t terminationSet() {
+ProcessSignals::ProcessSignals(std::initializer_list<int> numbers) {
   sigset_t set;
   sigemptyset(&set);
-  sigaddset(&set, SIGTERM);
-  sigaddset(&set, SIGINT);
-  return set;
-}
-
-}  // namespace
-
-TerminationSignals::TerminationSignals() {
-  const sigset_t set = terminationSet();
+  for (const int number : numbers) sigaddset(&set, number);
   descriptor_ = signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK);
   // Held back from their usual effect only where they can be read instead.
   if (descriptor_ >= 0) pthread_sigmask(SIG_BLOCK, &set, nullptr);
 }
 
-TerminationSignals::~TerminationSignals() {
+ProcessSignals::~ProcessSignals() {
   notifier_.reset();
   if (descriptor_ < 0) return;
   // A signal that arrives after the orderly end shall not cut the last steps short: it stays held back.
   close(descriptor_);
 }
 
-void TerminationSignals::listen() {
+void ProcessSignals::listen() {
   if (descriptor_ < 0) return;
   notifier_ = std::make_unique<QSocketNotifier>(descriptor_, QSocketNotifier::Read);
-  connect(notifier_.get(), &QSocketNotifier::activated, this, &TerminationSignals::read);
+  connect(notifier_.get(), &QSocketNotifier::activated, this, &ProcessSignals::read);
 }
 
-void TerminationSignals::read() {
+void ProcessSignals::read() {
   signalfd_siginfo information;
   bool any = false;
   while (::read(descriptor_, &information, sizeof information) == static_cast<ssize_t>(sizeof information)) any = true;

@@ -1,4 +1,4 @@
-#include "app/shell/termination_signals.h"
+#include "app/shell/process_signals.h"
 
 #include <csignal>
 #include <gtest/gtest.h>
@@ -8,12 +8,12 @@
 namespace brindlemux {
 namespace {
 
-TEST(TerminationSignals, eachSignalIsDelivered) {
+TEST(ProcessSignals, eachSignalIsDelivered) {
   for (const int number : {SIGTERM, SIGINT}) {
-    TerminationSignals signals;
+    ProcessSignals signals({SIGTERM, SIGINT});
     signals.listen();
     int received = 0;
-    QObject::connect(&signals, &TerminationSignals::received, [&received] { ++received; });
+    QObject::connect(&signals, &ProcessSignals::received, [&received] { ++received; });
     // To this thread, as a library that has made threads already may not hold it back in all of them.
     ASSERT_EQ(pthread_kill(pthread_self(), number), 0);
     EXPECT_EQ(received, 0);

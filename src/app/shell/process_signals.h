@@ -2,20 +2,23 @@
 
 #include <QObject>
 #include <QSocketNotifier>
+#include <csignal>
+#include <initializer_list>
 #include <memory>
 
 namespace brindlemux {
 
-/// Turns SIGTERM and SIGINT into a Qt signal on the main thread, so that the program ends in order.
+/// Turns signals of the kernel's into one of Qt's on the main thread: SIGTERM and SIGINT, so that the program ends in
+/// order, and SIGUSR1, for which it tells how its routes are doing.
 ///
 /// Threads: made on the main thread before any other exists, since a thread inherits which signals it holds back.
 /// Errors: where the kernel gives no descriptor the signals keep their usual effect.
-class TerminationSignals final : public QObject {
+class ProcessSignals final : public QObject {
   Q_OBJECT
 
  public:
-  TerminationSignals();
-  ~TerminationSignals() override;
+  explicit ProcessSignals(std::initializer_list<int> numbers);
+  ~ProcessSignals() override;
 
   /// Begins to listen; needs the application object, whose event loop delivers.
   void listen();
