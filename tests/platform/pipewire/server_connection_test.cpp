@@ -9,6 +9,7 @@
 #include <span>
 #include <vector>
 
+#include "platform/pipewire/cycle_counter.h"
 #include "platform/pipewire/filter_node.h"
 #include "platform/pipewire/server_fixture.h"
 #include "support/wait_until.h"
@@ -35,12 +36,13 @@ class Nodes final : public ServerConnection::Delegate {
   void add(pw_core* core) {
     const FilterShape shape = {
         .name = "node", .description = "Node", .inputPorts = 1, .latencyFrames = 1024, .latencyRateHz = 48000};
-    nodes_.push_back(std::make_unique<FilterNode>(core, shape, process_, [] {}));
+    nodes_.push_back(std::make_unique<FilterNode>(core, shape, process_, counter_, [] {}));
   }
   int connections() const { return connections_; }
 
  private:
   SilentProcess process_;
+  CycleCounter counter_;
   std::atomic<int> connections_ = 0;
   std::vector<std::unique_ptr<FilterNode>> nodes_;
 };
