@@ -5,9 +5,10 @@
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
+#include <dlfcn.h>
 #include <fcntl.h>
+#include <pthread.h>
 #include <sys/mman.h>
-#include <sys/prctl.h>
 #include <unistd.h>
 
 #include "endtoend/allocation_counts.h"
@@ -16,29 +17,14 @@ namespace {
 
 using brindlemux::test::AllocationCounts;
 
-enum class Thread : char { unknown, data, other };
-
 // Of the initial-exec kind, so that reaching it from within malloc never allocates.
-__attribute__((tls_model("initial-exec"))) constinit thread_local Thread thread = Thread::unknown;
-constinit thread_local int callsUntilKnown = 0;
+__attribute__((tls_model("initial-exec"))) constinit thread_local bool isDataThread = false;
 std::atomic<AllocationCounts*> counts = nullptr;
-
-/// A thread is given its name after it has begun; one that has made a thousand calls without it is another.
-bool isDataThread() noexcept {
-  if (thread != Thread::unknown) return thread == Thread::data;
-  char name[16] = {};
-  prctl(PR_GET_NAME, name);
-  if (std::strncmp(name, "data-loop", 9) == 0) {
-    thread = Thread::data;
-  } else if (++callsUntilKnown > 1000) {
-    thread = Thread::other;
-  }
-  return thread == Thread::data;
-}
 
 void note(std::atomic<std::int64_t> AllocationCounts::*counter) noexcept {
   AllocationCounts* const shared = counts.load(std::memory_order_relaxed);
-  if (shared != nullptr && isDataThread()) (shared->*counter).fetch_add(1, std::memory_order_relaxed);
+  if (shared == nullptr) return;
+  (shared->*(isDataThread ? counter : &AllocationCounts::otherCalls)).fetch_add(1, std::memory_order_relaxed);
 }
 
 __attribute__((constructor)) void openCounts() {
@@ -55,6 +41,18 @@ __attribute__((constructor)) void openCounts() {
 
 // The C library's own entries, under names that stay reachable when the usual ones are taken over.
 extern "C" {
+
+/// The program's data thread names itself.
+int pthread_setname_np(pthread_t thread, const char* name) noexcept {
+  AllocationCounts* const shared = counts.load(std::memory_order_relaxed);
+  if (std::strcmp(name, "brindlemux-data") == 0 && pthread_equal(thread, pthread_self()) != 0) {
+    isDataThread = true;
+    if (shared != nullptr) shared->dataThreads.fetch_add(1, std::memory_order_relaxed);
+  }
+  using SetName = int (*)(pthread_t, const char*);
+  static const auto setName = reinterpret_cast<SetName>(dlsym(RTLD_NEXT, "pthread_setname_np"));
+  return setName(thread, name);
+}
 
 void* __libc_malloc(std::size_t);
 void* __libc_calloc(std::size_t, std::size_t);

@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstddef>
+#include <cstdint>
 #include <ctime>
 #include <pipewire/mem.h>
+#include <pthread.h>
 
 #include "model/fatal_error.h"
 #include "platform/pipewire/names.h"
@@ -16,6 +19,13 @@ constexpr std::chrono::milliseconds retryInterval{100};
 timespec toTimespec(std::chrono::nanoseconds duration) {
   const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(duration);
   return {static_cast<std::time_t>(seconds.count()), static_cast<long>((duration - seconds).count())};
+}
+
+/// The library leaves the data thread without a name of its own; whoever looks at the program's threads wants to know
+/// which one it is.
+int nameDataThread(spa_loop* /*loop*/, bool /*async*/, std::uint32_t /*sequence*/, const void* /*data*/,
+                   std::size_t /*size*/, void* /*userData*/) {
+  return pthread_setname_np(pthread_self(), "brindlemux-data");
 }
 
 }  // namespace
@@ -34,6 +44,7 @@ ServerConnection::ServerConnection(Delegate& delegate) : delegate_(delegate) {
   // The stock client configuration of this name asks for a real-time data thread; the default one does not.
   context_ = pw_context_new(loop, pw_properties_new(PW_KEY_CONFIG_NAME, "client-rt.conf", nullptr), 0);
   if (context_ == nullptr) fatalError("cannot make the audio server's context");
+  pw_data_loop_invoke(pw_context_get_data_loop(context_), nameDataThread, 0, nullptr, 0, false, nullptr);
   updateEvent_ = pw_loop_add_event(
       loop, [](void* data, std::uint64_t) { static_cast<ServerConnection*>(data)->update(); }, this);
   lostEvent_ = pw_loop_add_event(
