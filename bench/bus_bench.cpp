@@ -1,6 +1,7 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -8,6 +9,7 @@
 #include "bounds.h"
 #include "engine/mix_bus.h"
 #include "engine/planar_buffer.h"
+#include "engine/unfair_lock.h"
 #include "side_by_side.h"
 
 namespace brindlemux::bench {
@@ -59,30 +61,61 @@ struct Bench {
 };
 
 void addRendering(std::int64_t frames, std::optional<double> atLeast) {
-  // What is written between two measurements is as much as the rings hold, and all of it fits the first-level cache.
+  // What is written between two measurements is as much as the rings hold, and all of it fits the first-level cache,
+  // though not beside as much memory of the bound's: each has run on its own right before it is measured.
   constexpr std::int64_t ringFrames = 512;
-  const auto bench = std::make_shared<Bench>(8, 2, ringFrames, Wiring::eachPairToOnePair);
-  const auto boundRings = std::make_shared<AlignedFloats>(16 * ringFrames, 0.25F);
+  constexpr std::int64_t sources = 8;
+  const auto bench = std::make_shared<Bench>(sources, 2, ringFrames, Wiring::eachPairToOnePair);
+  // Cancels itself out likewise, since it is added to the same outputs.
+  const auto boundRings = std::make_shared<AlignedFloats>(2 * sources * ringFrames, 0.25F);
+  for (std::size_t i = 0; i < boundRings->size(); ++i) {
+    if (i / (2 * ringFrames) % 2 == 1) (*boundRings)[i] = -0.25F;
+  }
   Comparison comparison;
   comparison.what = "renderVirtual, 8 stereo sources, " + std::to_string(frames) + " frames";
-  comparison.prepare = [bench, boundRings] {
-    bench->write(ringFrames);
-    for (const float& sample : *boundRings) benchmark::DoNotOptimize(sample);
-  };
   comparison.operation = [bench, frames](std::int64_t times) {
     for (std::int64_t i = 0; i < times; ++i) bench->bus.renderVirtual(bench->outputs.channels(), frames);
   };
+  comparison.prepare = [bench, operation = comparison.operation, frames] {
+    bench->write(ringFrames);
+    operation(ringFrames / frames);
+    bench->write(ringFrames);
+  };
   const auto triad = boundedKernels().back().bounds.triad;
-  comparison.bound = [bench, boundRings, frames, triad](std::int64_t times) {
-    for (std::int64_t i = 0; i < times; ++i) {
-      for (std::int64_t channel = 0; channel < 16; ++channel) {
-        triad(bench->outputs.channel(channel % 2), boundRings->data() + channel * ringFrames + i * frames, frames);
-      }
+  const auto source = [bench, boundRings, frames, triad](std::int64_t number, std::int64_t time) {
+    for (std::int64_t channel = 0; channel < 2; ++channel) {
+      triad(bench->outputs.channel(channel), boundRings->data() + (2 * number + channel) * ringFrames + time * frames,
+            frames);
     }
   };
+  comparison.bound = [source](std::int64_t times) {
+    for (std::int64_t i = 0; i < times; ++i) {
+      for (std::int64_t number = 0; number < sources; ++number) source(number, i);
+    }
+  };
+  comparison.prepareBound = [bound = comparison.bound, frames] { bound(ringFrames / frames); };
   comparison.times = ringFrames / frames;
+  Comparison locked = comparison;
   comparison.atLeast = atLeast;
   compare(std::move(comparison));
+
+  // What no rendering can do better than: the plan's lock, one for each ring, and the meters'.
+  locked.what = "locks around the bound alone, 8 stereo sources, " + std::to_string(frames) + " frames";
+  const auto locks = std::make_shared<std::array<UnfairLock, sources + 2>>();
+  locked.operation = [source, locks](std::int64_t times) {
+    for (std::int64_t i = 0; i < times; ++i) {
+      {
+        const std::lock_guard plan((*locks)[sources]);
+        for (std::int64_t number = 0; number < sources; ++number) {
+          const std::lock_guard ring((*locks)[static_cast<std::size_t>(number)]);
+          source(number, i);
+        }
+      }
+      const std::lock_guard meters((*locks)[sources + 1]);
+    }
+  };
+  locked.prepare = [operation = locked.operation, frames] { operation(ringFrames / frames); };
+  compare(std::move(locked));
 }
 
 void addShareOfBlock(const std::string& what, Wiring wiring) {

@@ -21,6 +21,7 @@ void add(const BoundedKernels& set, const Kernels& kernels, const std::string& w
   comparison.prepare = [samples, level] {
     for (std::size_t i = 0; i < samples->size(); ++i) (*samples)[i] = i % 2 == 0 ? level : -level;
   };
+  comparison.prepareBound = comparison.prepare;
   comparison.operation = [samples, limit = kernels.limitWithPeak](std::int64_t times) {
     for (std::int64_t i = 0; i < times; ++i) benchmark::DoNotOptimize(limit(samples->data(), frames));
   };

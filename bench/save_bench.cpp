@@ -94,6 +94,7 @@ void add(const std::string& what, void (*run)(Bench&)) {
   comparison.what =
       what + " ns, " + std::to_string(devices) + " devices, " + std::to_string(sourcesPerDevice) + " sources each";
   comparison.prepare = [] { everyones(); };
+  comparison.prepareBound = comparison.prepare;
   comparison.operation = [run](std::int64_t times) {
     for (std::int64_t i = 0; i < times; ++i) run(everyones());
   };

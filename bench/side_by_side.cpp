@@ -60,7 +60,7 @@ void run(benchmark::State& state, const Comparison& comparison) {
     if (comparison.prepare) comparison.prepare();
     operations.push_back(secondsOf(comparison.operation, comparison.times));
     if (comparison.bound) {
-      if (comparison.prepare) comparison.prepare();
+      if (comparison.prepareBound) comparison.prepareBound();
       bounds.push_back(secondsOf(comparison.bound, comparison.times));
       ratios.push_back(bounds.back() / operations.back());
     }

@@ -16,8 +16,10 @@ struct Comparison {
   std::function<void(std::int64_t times)> operation;
   /// May be empty; then only the operation's own time counts.
   std::function<void(std::int64_t times)> bound;
-  /// Runs before each of the two, outside the measurement. May be empty.
+  /// Run before the operation and before the bound, outside the measurement, and leave in the cache what each is about
+  /// to read. May be empty.
   std::function<void()> prepare;
+  std::function<void()> prepareBound;
   /// How often each runs between two looks at the clock.
   std::int64_t times = 100;
   /// How often each is measured in a run.

@@ -1,12 +1,15 @@
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
 #include "benches.h"
 #include "bounds.h"
 #include "engine/source_ring.h"
+#include "engine/unfair_lock.h"
 #include "side_by_side.h"
 
 namespace brindlemux::bench {
@@ -30,17 +33,11 @@ struct Bench {
   std::vector<const float*> sources;
 };
 
-void add(std::int64_t channels, const BoundedKernels& set, std::int64_t frames, std::optional<double> atLeast) {
-  const auto bench = std::make_shared<Bench>(channels, frames, *set.kernels);
-  Comparison comparison;
-  comparison.what = "write with peaks " + std::string(set.kernels->name) + ", " + std::to_string(frames) + " frames, " +
-                    std::to_string(channels) + " channels";
-  comparison.operation = [bench, frames](std::int64_t times) {
-    for (std::int64_t i = 0; i < times; ++i) bench->ring.write({.frames = frames, .planar = bench->sources});
-  };
-  // Walks through memory as the ring does, but without splitting a block.
-  comparison.bound = [bench, frames, copy = set.bounds.copy](std::int64_t times) {
-    std::int64_t slot = 0;
+/// Walks through memory as the ring does, but without splitting a block. The place where it stands lives on, so that a
+/// call for one time goes on where the one before it ended.
+std::function<void(std::int64_t)> bound(const std::shared_ptr<Bench>& bench, const BoundedKernels& set,
+                                        std::int64_t frames) {
+  return [bench, frames, copy = set.bounds.copy, slot = std::int64_t{0}](std::int64_t times) mutable {
     for (std::int64_t i = 0; i < times; ++i) {
       float* into = bench->boundRing.data() + slot;
       for (const float* source : bench->sources) {
@@ -51,7 +48,35 @@ void add(std::int64_t channels, const BoundedKernels& set, std::int64_t frames, 
       if (slot + frames > ringFrames(frames)) slot -= ringFrames(frames) - frames - 1;
     }
   };
+}
+
+void add(std::int64_t channels, const BoundedKernels& set, std::int64_t frames, std::optional<double> atLeast) {
+  const auto bench = std::make_shared<Bench>(channels, frames, *set.kernels);
+  Comparison comparison;
+  comparison.what = "write with peaks " + std::string(set.kernels->name) + ", " + std::to_string(frames) + " frames, " +
+                    std::to_string(channels) + " channels";
+  comparison.operation = [bench, frames](std::int64_t times) {
+    for (std::int64_t i = 0; i < times; ++i) bench->ring.write({.frames = frames, .planar = bench->sources});
+  };
+  comparison.bound = bound(bench, set, frames);
   comparison.atLeast = atLeast;
+  compare(std::move(comparison));
+}
+
+/// What no write can do better than while it holds a lock: the copy with an uncontended lock around it.
+void addLockedBound(std::int64_t channels, const BoundedKernels& set, std::int64_t frames) {
+  const auto bench = std::make_shared<Bench>(channels, frames, *set.kernels);
+  const auto lock = std::make_shared<UnfairLock>();
+  Comparison comparison;
+  comparison.what =
+      "a lock around the copy alone, " + std::to_string(frames) + " frames, " + std::to_string(channels) + " channels";
+  comparison.bound = bound(bench, set, frames);
+  comparison.operation = [lock, once = bound(bench, set, frames)](std::int64_t times) {
+    for (std::int64_t i = 0; i < times; ++i) {
+      const std::lock_guard guard(*lock);
+      once(1);
+    }
+  };
   compare(std::move(comparison));
 }
 
@@ -65,6 +90,9 @@ void registerWriting() {
     for (const std::int64_t frames : {64, 128, 256, 512}) {
       add(16, set, frames, narrow ? std::nullopt : std::optional(0.70));
     }
+  }
+  for (const std::int64_t channels : {2, 16}) {
+    for (const std::int64_t frames : {64, 128, 256, 512}) addLockedBound(channels, boundedKernels().back(), frames);
   }
 }
 
