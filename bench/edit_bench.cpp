@@ -5,8 +5,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <string>
-#include <system_error>
-#include <unistd.h>
 #include <vector>
 
 #include "app/controller/app_state.h"
@@ -19,6 +17,7 @@
 #include "platform/simulated/table_running_applications.h"
 #include "platform/simulated/virtual_clock.h"
 #include "platform/simulated/virtual_scheduler.h"
+#include "support/temporary_folder.h"
 
 namespace brindlemux::bench {
 namespace {
@@ -31,22 +30,10 @@ constexpr int channels = 16;
 constexpr int steps = 1000;
 
 /// A folder of the benchmark's own below `parent`, removed at the end.
-class OwnFolder final : public FileLocations {
- public:
-  explicit OwnFolder(const std::filesystem::path& parent)
-      : folder_(parent / ("edit-bench-" + std::to_string(getpid()))) {
-    std::filesystem::create_directories(folder_);
-  }
-  ~OwnFolder() override {
-    std::error_code ignored;
-    std::filesystem::remove_all(folder_, ignored);
-  }
-  OwnFolder(const OwnFolder&) = delete;
-  OwnFolder& operator=(const OwnFolder&) = delete;
-  std::filesystem::path applicationSupport() const override { return folder_; }
-
- private:
-  std::filesystem::path folder_;
+struct OwnFolder final : FileLocations {
+  explicit OwnFolder(const std::filesystem::path& parent) : folder(parent) {}
+  std::filesystem::path applicationSupport() const override { return folder.path(); }
+  test::TemporaryFolder folder;
 };
 
 std::string uid(int device) {

@@ -11,18 +11,17 @@
 namespace brindlemux::bench {
 namespace {
 
-void add(const BoundedKernels& set, const Kernels& kernels, const std::string& what, float level,
-         std::optional<double> atMost) {
+void add(const BoundedKernels& set, const std::string& what, float level, std::optional<double> atMost) {
   constexpr std::int64_t frames = 512;
   const auto samples = std::make_shared<std::vector<float>>(frames);
   Comparison comparison;
-  comparison.what = "limiter with peaks " + std::string(kernels.name) + ", 512 frames, " + what;
+  comparison.what = "limiter with peaks " + std::string(set.kernels->name) + ", 512 frames, " + what;
   // What is limited over and over sinks to the knee, so every measurement begins anew.
   comparison.prepare = [samples, level] {
     for (std::size_t i = 0; i < samples->size(); ++i) (*samples)[i] = i % 2 == 0 ? level : -level;
   };
   comparison.prepareBound = comparison.prepare;
-  comparison.operation = [samples, limit = kernels.limitWithPeak](std::int64_t times) {
+  comparison.operation = [samples, limit = set.kernels->limitWithPeak](std::int64_t times) {
     for (std::int64_t i = 0; i < times; ++i) benchmark::DoNotOptimize(limit(samples->data(), frames));
   };
   comparison.bound = [samples, loadStore = set.bounds.loadStore](std::int64_t times) {
@@ -38,8 +37,8 @@ void add(const BoundedKernels& set, const Kernels& kernels, const std::string& w
 void registerLimiting() {
   for (const BoundedKernels& set : boundedKernels()) {
     const bool narrow = std::string(set.kernels->name) == "SSE2";
-    add(set, *set.kernels, "nothing exceeds", 0.5F, narrow ? std::nullopt : std::optional(2.6));
-    add(set, *set.kernels, "everything exceeds", 4.0F, narrow ? std::nullopt : std::optional(8.0));
+    add(set, "nothing exceeds", 0.5F, narrow ? std::nullopt : std::optional(2.6));
+    add(set, "everything exceeds", 4.0F, narrow ? std::nullopt : std::optional(8.0));
   }
 }
 

@@ -1,8 +1,6 @@
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <filesystem>
-#include <stdexcept>
 #include <string>
 #include <variant>
 
@@ -11,6 +9,7 @@
 #include "model/graph_store.h"
 #include "model/replace_file.h"
 #include "side_by_side.h"
+#include "support/temporary_folder.h"
 
 namespace brindlemux::bench {
 namespace {
@@ -19,24 +18,9 @@ constexpr int devices = 32;
 constexpr int sourcesPerDevice = 16;
 
 /// Below the working folder, since a folder for temporary files may be kept in memory.
-class Folder final : public FileLocations {
- public:
-  Folder() {
-    std::string name = (std::filesystem::current_path() / "save-bench-XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("cannot create " + name);
-    path_ = name;
-  }
-  ~Folder() override {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-  }
-  Folder(const Folder&) = delete;
-  Folder& operator=(const Folder&) = delete;
-
-  std::filesystem::path applicationSupport() const override { return path_; }
-
- private:
-  std::filesystem::path path_;
+struct Folder final : FileLocations {
+  std::filesystem::path applicationSupport() const override { return folder.path(); }
+  test::TemporaryFolder folder{std::filesystem::current_path()};
 };
 
 UUID identifier(int device, int node) {

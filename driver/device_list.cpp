@@ -100,7 +100,7 @@ void DeviceList::handOver(Entry& entry) {
   remember(entry);
   if (handovers_.empty()) connect();
   handovers_.emplace_back(entry.config.uid, std::move(entry.device));
-  handoverTimer_.start(2ms, LoopTimer::Repeat::always);
+  handoverTimer_.start(2ms);
 }
 
 // Anew, for the values as they are; unless the former connection has not got any yet.
@@ -111,7 +111,7 @@ void DeviceList::connect() {
 
 void DeviceList::sessionManagerReturned() {
   tellNewNumbers();
-  if (relinkingsLeft_ > 0) relinkTimer_.start(relinkInterval, LoopTimer::Repeat::always);
+  if (relinkingsLeft_ > 0) relinkTimer_.start(relinkInterval);
 }
 
 void DeviceList::tellNewNumbers() {

@@ -19,13 +19,12 @@ LoopTimer::LoopTimer(pw_loop& loop, std::function<void()> action) : loop_(loop),
 
 LoopTimer::~LoopTimer() { pw_loop_destroy_source(&loop_, source_); }
 
-void LoopTimer::start(std::chrono::milliseconds delay, Repeat repeat) noexcept {
-  timespec value = {};
-  value.tv_sec = static_cast<time_t>(delay.count() / 1000);
-  value.tv_nsec = static_cast<long>(delay.count() % 1000 * 1'000'000);
-  timespec interval = {};
-  if (repeat == Repeat::always) interval = value;
-  pw_loop_update_timer(&loop_, source_, &value, &interval, false);
+void LoopTimer::start(std::chrono::milliseconds interval) noexcept {
+  timespec first = {};
+  first.tv_sec = static_cast<time_t>(interval.count() / 1000);
+  first.tv_nsec = static_cast<long>(interval.count() % 1000 * 1'000'000);
+  timespec next = first;
+  pw_loop_update_timer(&loop_, source_, &first, &next, false);
 }
 
 void LoopTimer::stop() noexcept {

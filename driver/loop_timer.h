@@ -6,20 +6,18 @@
 
 namespace brindlemux::driver {
 
-/// An action that the server's main loop runs after a delay, and then again after every interval until stopped.
+/// An action that the server's main loop runs after every interval until stopped.
 ///
 /// Owns its loop source; borrows the loop. Threads: the main loop's alone.
 class LoopTimer {
  public:
-  enum class Repeat { once, always };
-
   LoopTimer(pw_loop& loop, std::function<void()> action);
   ~LoopTimer();
   LoopTimer(const LoopTimer&) = delete;
   LoopTimer& operator=(const LoopTimer&) = delete;
 
-  /// Starts over when it is running. The delay is above zero.
-  void start(std::chrono::milliseconds delay, Repeat repeat) noexcept;
+  /// Starts over when it is running. The interval is above zero.
+  void start(std::chrono::milliseconds interval) noexcept;
   void stop() noexcept;
 
  private:

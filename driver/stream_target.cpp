@@ -50,7 +50,7 @@ void StreamTarget::change(DefaultMetadata& metadata, std::uint64_t serial) const
   metadata.set(id, PW_KEY_TARGET_OBJECT, std::to_string(serial).c_str());
   // Whoever chose the device by the stream's own properties did not choose it for the program's later ones. "No node"
   // in the outdated key makes the session manager forget; where the stream is linked is decided by the other one.
-  if (origin_ == Origin::stream) metadata.set(id, idKey, "-1");
+  if (origin_ == Origin::stream) metadata.set(id, idKey, noNode);
 }
 
 }  // namespace brindlemux::driver

@@ -82,8 +82,9 @@ class ToolBuild : public Build {
   /// A device that others can play to and record from.
   void addDevice(int device) {
     const std::string name = nameOf(device);
-    start({"-n", name, "--capture-props", "{ media.class=Audio/Sink node.name=" + name + " " + latency_ + " }",
-           "--playback-props", "{ media.class=Audio/Source node.name=" + name + ".source " + latency_ + " }"});
+    const std::string sink = "{ media.class=Audio/Sink node.name=" + name + " " + latency_ + " }";
+    const std::string source = "{ media.class=Audio/Source node.name=" + name + ".source " + latency_ + " }";
+    start({"-n", name, "--capture-props", sink, "--playback-props", source});
     // What names a target that is not there yet is linked to the default one.
     const bool isThere = test::waitUntil([&] {
       const std::string ports = server_.run({"pw-link", "-io"}).output;

@@ -5,6 +5,7 @@
 #include <fstream>
 #include <stdexcept>
 
+#include "model/driver_payload.h"
 #include "model/graph_codec.h"
 #include "support/wait_until.h"
 
@@ -14,12 +15,12 @@ namespace {
 using namespace std::chrono_literals;
 
 std::string deviceList(const DeviceGraphs& graphs, int channels) {
-  std::string devices;
-  for (const auto& [uid, graph] : graphs) {
-    devices += std::string(devices.empty() ? "" : ",") + R"({"uid":")" + uid + R"(","name":"Device )" +
-               uid.substr(uid.size() - 1) + R"(","channels":)" + std::to_string(channels) + "}";
+  std::vector<VirtualDeviceConfig> devices;
+  for (const auto& entry : graphs) {
+    const std::string& uid = entry.first;
+    devices.push_back({.uid = uid, .name = "Device " + uid.substr(uid.size() - 1), .channels = channels});
   }
-  return R"({"devices":[)" + devices + "]}";
+  return encodeDriverPayload(devices);
 }
 
 }  // namespace

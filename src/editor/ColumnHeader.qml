@@ -20,7 +20,7 @@ Item {
         anchors.verticalCenter: parent.verticalCenter
         text: root.title
         color: Theme.textPrimary
-        font.pixelSize: 15
+        font.pixelSize: Theme.title3Size
         font.weight: Font.DemiBold
         Accessible.role: Accessible.Heading
         Accessible.name: text

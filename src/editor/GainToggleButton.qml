@@ -23,7 +23,7 @@ IconButton {
 
     background: Rectangle {
         radius: 6
-        color: root.active ? Qt.rgba(Theme.accent.r, Theme.accent.g, Theme.accent.b, 0.16) : root.hovered ? Qt.rgba(1, 1, 1, 0.06) : "transparent"
+        color: root.active ? Qt.rgba(Theme.accent.r, Theme.accent.g, Theme.accent.b, 0.16) : root.hovered ? Theme.hoverVeil : "transparent"
         border.width: root.visualFocus ? 2 : 0
         border.color: Theme.accent
     }

@@ -14,8 +14,7 @@
 namespace brindlemux {
 
 /// The graph of one virtual device as its cards show it, and the edits that they make. Nodes are rows of two list
-/// models
-/// (`NodeRole`) that stay while other nodes come and go; a meter tick changes peaks and nothing else.
+/// models (`NodeRole`) that stay while other nodes come and go; a meter tick changes peaks and nothing else.
 ///
 /// Every edit is one update of the graph that is saved at once. It finds its node by identifier; a node that is gone by
 /// then is left alone. Without a controller everything is empty and nothing is edited.

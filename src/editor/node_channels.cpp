@@ -5,7 +5,6 @@
 namespace brindlemux {
 namespace {
 
-constexpr std::int64_t maximumChannels = 16;
 /// What a node shows whose device is not there.
 constexpr std::int64_t usualChannels = 2;
 

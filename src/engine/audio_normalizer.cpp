@@ -8,7 +8,6 @@
 namespace brindlemux {
 namespace {
 
-constexpr std::int64_t maximumChannels = 16;
 constexpr std::int64_t maxOutFrames = 16384;
 
 }  // namespace

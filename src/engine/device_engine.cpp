@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "engine/device_engine_runtimes.h"
+#include "platform/standard_float_format.h"
 
 namespace brindlemux {
 namespace {
@@ -93,7 +94,7 @@ void DeviceEngine::reconcileMonitor(const MonitorNodeConfig& monitor, std::span<
   const auto device = std::find_if(audioDevices.begin(), audioDevices.end(),
                                    [&monitor](const AudioDeviceInfo& info) { return info.uid == monitor.deviceUID; });
   const bool isPresent = device != audioDevices.end();
-  const std::int64_t channels = isPresent ? std::clamp<std::int64_t>(device->outputChannels, 1, 16) : 2;
+  const std::int64_t channels = isPresent ? std::clamp<std::int64_t>(device->outputChannels, 1, maximumChannels) : 2;
 
   if (const auto running = monitorOutputs_.find(monitor.id); running != monitorOutputs_.end()) {
     const MonitorRuntime& runtime = running->second;

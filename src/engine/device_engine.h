@@ -63,6 +63,7 @@ class DeviceEngine {
 
   /// The I/O block size that is asked for where a graph says `latencyFrames`.
   static std::int64_t clampedBufferFrames(std::int64_t latencyFrames) noexcept;
+
   /// Whether the source's capture runs, or the monitor's output does; false for a node that is not in the graph.
   bool isCapturing(const UUID& source) const;
   bool isPlaying(const UUID& monitor) const;

@@ -1,7 +1,6 @@
 // The captures of a device engine's sources.
 #include <algorithm>
 #include <exception>
-#include <type_traits>
 #include <unordered_set>
 
 #include "engine/device_engine.h"

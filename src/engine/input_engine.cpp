@@ -11,9 +11,6 @@ namespace brindlemux {
 namespace {
 
 constexpr std::string_view queueLabel = "com.brindlemux.input-io";
-constexpr std::int64_t maximumChannels = 16;
-constexpr AudioObjectPropertyAddress bufferSizeAddress = {
-    kAudioDevicePropertyBufferFrameSize, kAudioObjectPropertyScopeGlobal, kAudioObjectPropertyElementMain};
 
 }  // namespace
 
@@ -40,7 +37,8 @@ void InputEngine::State::start(const Discovery& discovery, std::int64_t bufferFr
   if (deviceChannels < 1) throw AudioRouterError("Device has no input channels");
   ring = std::make_shared<SourceRing>(std::min(deviceChannels, maximumChannels), captureRingFrames, fastestKernels(),
                                       counters);
-  hardware.setPropertyData(device, bufferSizeAddress, static_cast<std::uint32_t>(bufferFrames));
+  hardware.setPropertyData(device, globalAddress(kAudioDevicePropertyBufferFrameSize),
+                           static_cast<std::uint32_t>(bufferFrames));
   const auto format = standardFloatFormat(sampleRateHz, ring->channels());
   if (!format) throw AudioRouterError("Failed to prepare input buffer");
   path = std::make_shared<CapturePath>(*format, ring);

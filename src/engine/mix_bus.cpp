@@ -8,6 +8,7 @@
 
 #include "engine/soft_limiter.h"
 #include "model/fatal_error.h"
+#include "platform/standard_float_format.h"
 
 namespace brindlemux {
 namespace {
@@ -18,7 +19,7 @@ using Cursors = std::unordered_map<UUID, std::int64_t>;
 constexpr std::int64_t unpositioned = -1;
 
 /// Output channels that are limited and metered together; no virtual device has more.
-constexpr std::size_t channelsPerLot = 16;
+constexpr auto channelsPerLot = static_cast<std::size_t>(maximumChannels);
 
 /// The entry of a channel that has one in a list of gains, otherwise `fallback`.
 float gainOf(std::int64_t channel, const std::vector<float>& gains, float fallback) {

@@ -1,19 +1,15 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <memory>
-#include <span>
 
 #include "engine/engine_counters.h"
 #include "engine/engine_services.h"
+#include "engine/render_function.h"
 #include "platform/audio_buffer_list.h"
 #include "platform/audio_types.h"
 
 namespace brindlemux {
-
-/// Adds `frames` frames at 48000 Hz into cleared planar buffers; runs on the render thread.
-using RenderFunction = std::function<void(std::span<float* const> buffers, std::int64_t frames)>;
 
 /// Plays what a render function produces into one output device. The render function always works at 48000 Hz; a device
 /// that refuses that rate gets a converted stream. Owns the output unit.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <iterator>
 #include <span>
 #include <vector>
 
@@ -29,6 +30,15 @@ class PlanarBuffer {
   /// Silences the first `frames` frames of every channel.
   void clear(std::int64_t frames) noexcept {
     for (float* channel : channels_) std::fill_n(channel, frames, 0.0F);
+  }
+
+  /// Writes frames from `offset` on into a buffer of as many channels that are interleaved.
+  void interleave(std::int64_t offset, std::int64_t frames, float* into) const noexcept {
+    const std::int64_t step = std::ssize(channels_);
+    for (const float* channel : channels_) {
+      for (std::int64_t frame = 0; frame < frames; ++frame) into[frame * step] = channel[offset + frame];
+      ++into;
+    }
   }
 
  private:

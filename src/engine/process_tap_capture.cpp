@@ -13,15 +13,11 @@ namespace {
 constexpr std::string_view queueLabel = "com.brindlemux.tap-io";
 constexpr std::int64_t tapRingChannels = 2;
 
-constexpr AudioObjectPropertyAddress global(FourCharCode selector) {
-  return {selector, kAudioObjectPropertyScopeGlobal, kAudioObjectPropertyElementMain};
-}
-
 /// The audio server's object for this very program, or nothing when the server does not know it.
 std::optional<AudioObjectID> ownProcessObject(const AudioHardware& hardware) {
   PropertyValue value;
   const OSStatus status =
-      hardware.propertyData(kAudioObjectSystemObject, global(kAudioHardwarePropertyTranslatePIDToProcessObject),
+      hardware.propertyData(kAudioObjectSystemObject, globalAddress(kAudioHardwarePropertyTranslatePIDToProcessObject),
                             std::int32_t{getpid()}, value);
   const auto* object = std::get_if<AudioObjectID>(&value);
   if (status != noErr || object == nullptr || *object == kAudioObjectUnknown) return std::nullopt;
@@ -30,7 +26,7 @@ std::optional<AudioObjectID> ownProcessObject(const AudioHardware& hardware) {
 
 StreamFormat readTapFormat(const AudioHardware& hardware, AudioObjectID tap) {
   PropertyValue value;
-  OSStatus status = hardware.propertyData(tap, global(kAudioTapPropertyFormat), {}, value);
+  OSStatus status = hardware.propertyData(tap, globalAddress(kAudioTapPropertyFormat), {}, value);
   const auto* format = std::get_if<StreamFormat>(&value);
   if (status == noErr && format == nullptr) status = kAudioHardwareUnspecifiedError;
   check(status, "Reading tap format");
@@ -94,7 +90,7 @@ void ProcessTapCapture::State::start(const TapDescription& description, std::int
   check(hardware.createAggregateDevice(aggregateDescription(services.uuids.next(), clockUID, description.uuid),
                                        aggregate),
         "Creating aggregate device");
-  hardware.setPropertyData(aggregate, global(kAudioDevicePropertyBufferFrameSize),
+  hardware.setPropertyData(aggregate, globalAddress(kAudioDevicePropertyBufferFrameSize),
                            static_cast<std::uint32_t>(bufferFrames));
   const auto format = standardFloatFormat(tapFormat.sampleRate, std::max<std::int64_t>(tapFormat.channelsPerFrame, 1));
   if (!format) throw AudioRouterError("Failed to prepare tap buffer");

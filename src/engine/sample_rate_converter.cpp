@@ -8,6 +8,8 @@
 #include <zita-resampler/resampler.h>
 #include <zita-resampler/vresampler.h>
 
+#include "platform/standard_float_format.h"
+
 namespace brindlemux {
 namespace {
 
@@ -108,7 +110,7 @@ std::int64_t SampleRateConverter::State::process(std::int64_t frames) noexcept {
 
 std::unique_ptr<SampleRateConverter> SampleRateConverter::make(double inputHz, double outputHz, std::int64_t channels) {
   if (!(inputHz > 0) || !(outputHz > 0) || !std::isfinite(inputHz) || !std::isfinite(outputHz)) return nullptr;
-  if (channels < 1 || channels > 16) return nullptr;
+  if (channels < 1 || channels > maximumChannels) return nullptr;
   auto state = std::make_unique<State>();
   state->channels = channels;
   if (!state->setUp(inputHz, outputHz)) return nullptr;

@@ -12,8 +12,7 @@ namespace brindlemux {
 ///
 /// Between common rates the result is as exact as 32-bit samples allow (beyond 140 dB for a sine at 997 Hz); rates
 /// without a small common multiple go through an interpolated filter (beyond 100 dB up to 10 kHz). Output begins with
-/// the first input frame; the filter looks ahead by 96 frames of the lower rate,
-/// or a few more.
+/// the first input frame; the filter looks ahead by 96 frames of the lower rate, or a few more.
 ///
 /// Threads: construction on the main thread; then one thread, which never allocates.
 class SampleRateConverter {

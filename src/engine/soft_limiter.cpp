@@ -5,7 +5,6 @@
 #include "engine/kernels/kernels.h"
 
 namespace brindlemux {
-
 namespace {
 
 const Kernels& kernels = fastestKernels();
@@ -14,10 +13,6 @@ const Kernels& kernels = fastestKernels();
 
 float softLimit(std::span<float> samples) noexcept {
   return kernels.limitWithPeak(samples.data(), static_cast<std::int64_t>(samples.size()));
-}
-
-float peakMagnitude(std::span<const float> samples) noexcept {
-  return kernels.peakMagnitude(samples.data(), static_cast<std::int64_t>(samples.size()));
 }
 
 }  // namespace brindlemux

@@ -10,7 +10,4 @@ namespace brindlemux {
 /// magnitude that is left. Threads: any; never allocates.
 float softLimit(std::span<float> samples) noexcept;
 
-/// The largest magnitude, 0 for none; a NaN never counts. Threads: any; never allocates.
-float peakMagnitude(std::span<const float> samples) noexcept;
-
 }  // namespace brindlemux

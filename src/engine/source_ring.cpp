@@ -5,11 +5,10 @@
 #include <utility>
 
 #include "model/fatal_error.h"
+#include "platform/standard_float_format.h"
 
 namespace brindlemux {
 namespace {
-
-constexpr std::int64_t maximumChannels = 16;
 
 // Bounds in frames of a reader's distance from the newest frame: a large callback counts as one of 4096 at the most, so
 // that a single unusual one does not push up every reader's latency for good.

@@ -15,7 +15,7 @@ struct GraphCodingError {
   std::string reason;
 
   /// Both together, for a person.
-  std::string description() const;
+  std::string description() const { return path.empty() ? reason : path + ": " + reason; }
 
   friend bool operator==(const GraphCodingError&, const GraphCodingError&) = default;
 };

@@ -41,6 +41,11 @@ inline constexpr FourCharCode kAudioObjectPropertyScopeInput = fourCharCode("inp
 inline constexpr FourCharCode kAudioObjectPropertyScopeOutput = fourCharCode("outp");
 inline constexpr std::uint32_t kAudioObjectPropertyElementMain = 0;
 
+/// The address of a property that has neither a direction nor elements.
+constexpr AudioObjectPropertyAddress globalAddress(FourCharCode selector) noexcept {
+  return {selector, kAudioObjectPropertyScopeGlobal, kAudioObjectPropertyElementMain};
+}
+
 // Properties of the system object. The value's type stands behind each.
 inline constexpr FourCharCode kAudioHardwarePropertyDevices = fourCharCode("dev#");                      // list of IDs
 inline constexpr FourCharCode kAudioHardwarePropertyDefaultOutputDevice = fourCharCode("dOut");          // ID

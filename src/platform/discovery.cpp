@@ -12,11 +12,6 @@ namespace {
 
 constexpr std::string_view tapAggregateUIDPrefix = "com.brindlemux.tap.";
 
-/// A property in the global scope.
-AudioObjectPropertyAddress global(FourCharCode selector) {
-  return {selector, kAudioObjectPropertyScopeGlobal, kAudioObjectPropertyElementMain};
-}
-
 /// The property's value where the read succeeds with this type; a value of another type is a failed read.
 template <typename Value>
 std::optional<Value> read(const AudioHardware& hardware, AudioObjectID object,
@@ -60,7 +55,7 @@ std::string fallbackName(const AudioProcessInfo& process) {
 }  // namespace
 
 std::vector<AudioDeviceInfo> Discovery::listAudioDevices() const {
-  const AudioObjectPropertyAddress address = global(kAudioHardwarePropertyDevices);
+  const AudioObjectPropertyAddress address = globalAddress(kAudioHardwarePropertyDevices);
   std::uint32_t byteSize = 0;
   if (hardware_.propertyDataSize(kAudioObjectSystemObject, address, byteSize) != noErr) return {};
 
@@ -82,20 +77,20 @@ std::vector<AudioDeviceInfo> Discovery::listAudioDevices() const {
 
 std::vector<AudioProcessInfo> Discovery::listAudioProcesses() const {
   const std::int32_t ownPID = getpid();
-  const AudioObjectPropertyAddress address = global(kAudioHardwarePropertyProcessObjectList);
+  const AudioObjectPropertyAddress address = globalAddress(kAudioHardwarePropertyProcessObjectList);
   std::uint32_t byteSize = 0;
   if (hardware_.propertyDataSize(kAudioObjectSystemObject, address, byteSize) != noErr || byteSize == 0) return {};
 
   std::vector<AudioProcessInfo> processes;
   for (const AudioObjectID id : readIDs(hardware_, address, byteSize)) {
-    const auto pid = read<std::int32_t>(hardware_, id, global(kAudioProcessPropertyPID));
+    const auto pid = read<std::int32_t>(hardware_, id, globalAddress(kAudioProcessPropertyPID));
     if (!pid || *pid == ownPID) continue;
     AudioProcessInfo process;
     process.id = id;
     process.pid = *pid;
     process.bundleID = getStringProperty(id, kAudioProcessPropertyBundleID);
     process.isPlaying =
-        read<std::uint32_t>(hardware_, id, global(kAudioProcessPropertyIsRunningOutput)).value_or(0) != 0;
+        read<std::uint32_t>(hardware_, id, globalAddress(kAudioProcessPropertyIsRunningOutput)).value_or(0) != 0;
 
     const std::optional<RunningApplication> application = applications_.withProcessID(*pid);
     if (!application && !process.isPlaying) continue;
@@ -117,7 +112,7 @@ std::vector<AudioProcessInfo> Discovery::listAudioProcesses() const {
 }
 
 std::optional<std::string> Discovery::getStringProperty(AudioObjectID object, FourCharCode selector) const {
-  const AudioObjectPropertyAddress address = global(selector);
+  const AudioObjectPropertyAddress address = globalAddress(selector);
   if (!hardware_.hasProperty(object, address)) return std::nullopt;
   return read<std::string>(hardware_, object, address);
 }
@@ -138,19 +133,19 @@ std::int64_t Discovery::deviceChannelCount(AudioObjectID device, FourCharCode sc
 
 std::optional<AudioObjectID> Discovery::findDevice(std::string_view uid) const {
   return knownObject(read<AudioObjectID>(hardware_, kAudioObjectSystemObject,
-                                         global(kAudioHardwarePropertyTranslateUIDToDevice), std::string(uid)));
+                                         globalAddress(kAudioHardwarePropertyTranslateUIDToDevice), std::string(uid)));
 }
 
 std::optional<AudioObjectID> Discovery::defaultDeviceID(FourCharCode selector) const {
-  return knownObject(read<AudioObjectID>(hardware_, kAudioObjectSystemObject, global(selector)));
+  return knownObject(read<AudioObjectID>(hardware_, kAudioObjectSystemObject, globalAddress(selector)));
 }
 
 double Discovery::nominalSampleRate(AudioObjectID device) const {
-  return read<double>(hardware_, device, global(kAudioDevicePropertyNominalSampleRate)).value_or(0);
+  return read<double>(hardware_, device, globalAddress(kAudioDevicePropertyNominalSampleRate)).value_or(0);
 }
 
 double Discovery::actualSampleRate(AudioObjectID device) const {
-  const auto actual = read<double>(hardware_, device, global(kAudioDevicePropertyActualSampleRate));
+  const auto actual = read<double>(hardware_, device, globalAddress(kAudioDevicePropertyActualSampleRate));
   return actual ? *actual : nominalSampleRate(device);
 }
 

@@ -3,14 +3,11 @@
 #include <algorithm>
 #include <string>
 
+#include "platform/dictionary_member.h"
+#include "platform/standard_float_format.h"
+
 namespace brindlemux {
 namespace {
-
-template <typename Value>
-const Value* member(const Dictionary& dictionary, const char* key) {
-  const auto found = dictionary.find(key);
-  return found == dictionary.end() ? nullptr : std::get_if<Value>(&found->second.value);
-}
 
 std::optional<VirtualDeviceConfig> deviceFrom(const Dictionary& element) {
   const auto* uid = member<std::string>(element, "uid");
@@ -18,8 +15,9 @@ std::optional<VirtualDeviceConfig> deviceFrom(const Dictionary& element) {
   const auto* channels = member<std::int64_t>(element, "channels");
   if (uid == nullptr || name == nullptr || channels == nullptr) return std::nullopt;
   // Mixes are built from stereo pairs, so an odd count that a driver may report loses its last channel.
-  return VirtualDeviceConfig{
-      .uid = *uid, .name = *name, .channels = std::clamp<std::int64_t>(*channels, 2, 16) & ~std::int64_t{1}};
+  return VirtualDeviceConfig{.uid = *uid,
+                             .name = *name,
+                             .channels = std::clamp<std::int64_t>(*channels, 2, maximumChannels) & ~std::int64_t{1}};
 }
 
 bool holdsOnlyDictionaries(const DictionaryArray& array) {
@@ -30,8 +28,7 @@ bool holdsOnlyDictionaries(const DictionaryArray& array) {
 }  // namespace
 
 std::optional<AudioObjectID> DriverConfig::pluginObjectID() const {
-  constexpr AudioObjectPropertyAddress address = {kAudioHardwarePropertyTranslateBundleIDToPlugIn,
-                                                  kAudioObjectPropertyScopeGlobal, kAudioObjectPropertyElementMain};
+  constexpr AudioObjectPropertyAddress address = globalAddress(kAudioHardwarePropertyTranslateBundleIDToPlugIn);
   PropertyValue value;
   if (hardware_.propertyData(kAudioObjectSystemObject, address, std::string(driverBundleID), value) != noErr) {
     return std::nullopt;

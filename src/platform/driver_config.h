@@ -9,8 +9,7 @@
 
 namespace brindlemux {
 
-inline constexpr AudioObjectPropertyAddress driverPropertyAddress = {
-    fourCharCode("bxcf"), kAudioObjectPropertyScopeGlobal, kAudioObjectPropertyElementMain};
+inline constexpr AudioObjectPropertyAddress driverPropertyAddress = globalAddress(fourCharCode("bxcf"));
 
 /// The link to the driver: finds it, reads its list of virtual devices and writes it. Holds no state; the hardware is
 /// borrowed.

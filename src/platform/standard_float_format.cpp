@@ -6,7 +6,6 @@
 namespace brindlemux {
 namespace {
 
-constexpr std::int64_t maximumChannels = 16;
 constexpr std::uint32_t discreteInOrderTag = 0x930000;
 
 }  // namespace

@@ -8,6 +8,9 @@ namespace brindlemux {
 /// The rate of every mix, in Hz.
 inline constexpr double engineSampleRateHz = 48000.0;
 
+/// The most channels that a device, a ring or a mix has.
+inline constexpr std::int64_t maximumChannels = 16;
+
 /// The engine's sample format: 32-bit float, one buffer a channel.
 struct AudioFormat {
   enum class Layout {
@@ -16,7 +19,7 @@ struct AudioFormat {
   };
 
   double sampleRateHz = engineSampleRateHz;
-  std::int64_t channels = 1;  ///< 1 to 16
+  std::int64_t channels = 1;  ///< 1 to `maximumChannels`
   Layout layout = Layout::standard;
 
   /// The layout as a number: 0 for the standard ones, otherwise 0x930000 with the channel count in the low 16 bits.

@@ -14,7 +14,8 @@
 #include <unistd.h>
 
 #include "app/controller/graph_writer.h"
-#include "model/temporary_folder.h"
+#include "support/file_contents.h"
+#include "support/temporary_folder.h"
 #include "support/wait_until.h"
 
 namespace brindlemux {

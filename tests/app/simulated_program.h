@@ -2,13 +2,9 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <memory>
 #include <optional>
-#include <sstream>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -23,6 +19,8 @@
 #include "platform/simulated/table_running_applications.h"
 #include "platform/simulated/virtual_clock.h"
 #include "platform/simulated/virtual_scheduler.h"
+#include "support/file_contents.h"
+#include "support/temporary_folder.h"
 
 namespace brindlemux {
 
@@ -49,26 +47,16 @@ namespace test {
 /// saves shall not wait for a disk.
 class TemporaryLocations final : public FileLocations {
  public:
-  TemporaryLocations() {
-    std::error_code error;
-    const std::filesystem::path memory = "/dev/shm";
-    const bool hasMemory = std::filesystem::is_directory(memory, error);
-    const std::filesystem::path parent = hasMemory ? memory : std::filesystem::temp_directory_path();
-    std::string name = (parent / "brindlemux-app-XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary folder");
-    folder_ = name;
-  }
-  ~TemporaryLocations() override {
-    std::error_code ignored;
-    std::filesystem::remove_all(folder_, ignored);
-  }
-  TemporaryLocations(const TemporaryLocations&) = delete;
-  TemporaryLocations& operator=(const TemporaryLocations&) = delete;
-
-  std::filesystem::path applicationSupport() const override { return folder_; }
+  std::filesystem::path applicationSupport() const override { return folder_.path(); }
 
  private:
-  std::filesystem::path folder_;
+  static std::filesystem::path parent() {
+    std::error_code error;
+    const std::filesystem::path memory = "/dev/shm";
+    return std::filesystem::is_directory(memory, error) ? memory : std::filesystem::temp_directory_path();
+  }
+
+  TemporaryFolder folder_{parent()};
 };
 
 class SilentLog final : public SystemLog {
@@ -149,11 +137,11 @@ struct SimulatedProgram {
   }
   void writeGraphsFile(std::string_view text) {
     std::filesystem::create_directories(graphStore.fileURL().parent_path());
-    std::ofstream(graphStore.fileURL(), std::ios::binary) << text;
+    writeFile(graphStore.fileURL(), text);
   }
   std::string graphsFile() const {
     waitUntilSaved();
-    return (std::ostringstream() << std::ifstream(graphStore.fileURL(), std::ios::binary).rdbuf()).str();
+    return contentOf(graphStore.fileURL());
   }
 };
 

@@ -21,10 +21,6 @@ class AudioHardwareContract : public testing::TestWithParam<AudioHardwareFactory
   std::unique_ptr<AudioHardwareUnderTest> server = GetParam().make();
   AudioHardware& hardware = server->hardware();
 
-  static AudioObjectPropertyAddress global(FourCharCode selector) {
-    return {selector, kAudioObjectPropertyScopeGlobal, kAudioObjectPropertyElementMain};
-  }
-
   /// The property's value, which must be there and be of this type.
   template <typename Value>
   Value read(AudioObjectID object, const AudioObjectPropertyAddress& address, const PropertyValue& qualifier = {}) {
@@ -35,10 +31,13 @@ class AudioHardwareContract : public testing::TestWithParam<AudioHardwareFactory
     return typed == nullptr ? Value{} : *typed;
   }
 
-  std::string uidOf(AudioObjectID device) { return read<std::string>(device, global(kAudioDevicePropertyDeviceUID)); }
+  std::string uidOf(AudioObjectID device) {
+    return read<std::string>(device, globalAddress(kAudioDevicePropertyDeviceUID));
+  }
 
   AudioObjectID deviceWithUID(const std::string& uid) {
-    return read<AudioObjectID>(kAudioObjectSystemObject, global(kAudioHardwarePropertyTranslateUIDToDevice), uid);
+    return read<AudioObjectID>(kAudioObjectSystemObject, globalAddress(kAudioHardwarePropertyTranslateUIDToDevice),
+                               uid);
   }
 
   void expectUnreadable(AudioObjectID object, const AudioObjectPropertyAddress& address) {
@@ -164,8 +163,8 @@ class AudioHardwareContract : public testing::TestWithParam<AudioHardwareFactory
 // Properties.
 
 TEST_P(AudioHardwareContract, unknownObjectAnswersWithAStatusAndLeavesResultsUntouched) {
-  expectUnreadable(noSuchObject, global(kAudioDevicePropertyDeviceUID));
-  expectUnreadable(kAudioObjectUnknown, global(kAudioDevicePropertyDeviceUID));
+  expectUnreadable(noSuchObject, globalAddress(kAudioDevicePropertyDeviceUID));
+  expectUnreadable(kAudioObjectUnknown, globalAddress(kAudioDevicePropertyDeviceUID));
   AudioDeviceIOProcID procedure = 77;
   EXPECT_NE(hardware.createIOProc(
                 noSuchObject, "contract", [](AudioBufferList) {}, procedure),
@@ -181,18 +180,18 @@ TEST_P(AudioHardwareContract, unknownObjectAnswersWithAStatusAndLeavesResultsUnt
 TEST_P(AudioHardwareContract, unknownPropertyAnswersWithAStatusAndLeavesResultsUntouched) {
   for (const AudioObjectID object :
        {kAudioObjectSystemObject, server->outputDevice(), server->inputDevice(), server->playingProcess()}) {
-    expectUnreadable(object, global(noSuchSelector));
+    expectUnreadable(object, globalAddress(noSuchSelector));
   }
 }
 
 TEST_P(AudioHardwareContract, propertiesOfOneKindOfObjectAreNotThoseOfAnother) {
-  EXPECT_FALSE(hardware.hasProperty(server->outputDevice(), global(kAudioHardwarePropertyDevices)));
-  EXPECT_FALSE(hardware.hasProperty(kAudioObjectSystemObject, global(kAudioDevicePropertyDeviceUID)));
-  EXPECT_FALSE(hardware.hasProperty(server->playingProcess(), global(kAudioDevicePropertyNominalSampleRate)));
+  EXPECT_FALSE(hardware.hasProperty(server->outputDevice(), globalAddress(kAudioHardwarePropertyDevices)));
+  EXPECT_FALSE(hardware.hasProperty(kAudioObjectSystemObject, globalAddress(kAudioDevicePropertyDeviceUID)));
+  EXPECT_FALSE(hardware.hasProperty(server->playingProcess(), globalAddress(kAudioDevicePropertyNominalSampleRate)));
 }
 
 TEST_P(AudioHardwareContract, deviceListHoldsTheDevicesInWholeIDs) {
-  const auto address = global(kAudioHardwarePropertyDevices);
+  const auto address = globalAddress(kAudioHardwarePropertyDevices);
   const auto devices = read<std::vector<AudioObjectID>>(kAudioObjectSystemObject, address);
   EXPECT_THAT(devices, testing::Contains(server->outputDevice()));
   EXPECT_THAT(devices, testing::Contains(server->inputDevice()));
@@ -203,13 +202,13 @@ TEST_P(AudioHardwareContract, deviceListHoldsTheDevicesInWholeIDs) {
 TEST_P(AudioHardwareContract, deviceDescribesItself) {
   const AudioObjectID device = server->outputDevice();
   EXPECT_FALSE(uidOf(device).empty());
-  EXPECT_FALSE(read<std::string>(device, global(kAudioObjectPropertyName)).empty());
-  EXPECT_GT(read<double>(device, global(kAudioDevicePropertyNominalSampleRate)), 0);
-  EXPECT_GT(read<std::uint32_t>(device, global(kAudioDevicePropertyBufferFrameSize)), 0U);
-  EXPECT_EQ(sizeOf(device, global(kAudioDevicePropertyDeviceUID)), 8U);
-  EXPECT_EQ(sizeOf(device, global(kAudioObjectPropertyName)), 8U);
-  EXPECT_EQ(sizeOf(device, global(kAudioDevicePropertyNominalSampleRate)), 8U);
-  EXPECT_EQ(sizeOf(device, global(kAudioDevicePropertyBufferFrameSize)), 4U);
+  EXPECT_FALSE(read<std::string>(device, globalAddress(kAudioObjectPropertyName)).empty());
+  EXPECT_GT(read<double>(device, globalAddress(kAudioDevicePropertyNominalSampleRate)), 0);
+  EXPECT_GT(read<std::uint32_t>(device, globalAddress(kAudioDevicePropertyBufferFrameSize)), 0U);
+  EXPECT_EQ(sizeOf(device, globalAddress(kAudioDevicePropertyDeviceUID)), 8U);
+  EXPECT_EQ(sizeOf(device, globalAddress(kAudioObjectPropertyName)), 8U);
+  EXPECT_EQ(sizeOf(device, globalAddress(kAudioDevicePropertyNominalSampleRate)), 8U);
+  EXPECT_EQ(sizeOf(device, globalAddress(kAudioDevicePropertyBufferFrameSize)), 4U);
 }
 
 TEST_P(AudioHardwareContract, streamConfigurationCountsChannelsByDirection) {
@@ -233,39 +232,43 @@ TEST_P(AudioHardwareContract, uidTranslatesToItsDeviceAndAnUnknownOneToNone) {
 }
 
 TEST_P(AudioHardwareContract, unknownPlugInAndProcessTranslateToNone) {
-  EXPECT_EQ(read<AudioObjectID>(kAudioObjectSystemObject, global(kAudioHardwarePropertyTranslateBundleIDToPlugIn),
-                                std::string("com.example.NoSuchPlugIn")),
-            kAudioObjectUnknown);
-  EXPECT_EQ(read<AudioObjectID>(kAudioObjectSystemObject, global(kAudioHardwarePropertyTranslatePIDToProcessObject),
-                                std::int32_t{-2}),
+  EXPECT_EQ(
+      read<AudioObjectID>(kAudioObjectSystemObject, globalAddress(kAudioHardwarePropertyTranslateBundleIDToPlugIn),
+                          std::string("com.example.NoSuchPlugIn")),
+      kAudioObjectUnknown);
+  EXPECT_EQ(read<AudioObjectID>(kAudioObjectSystemObject,
+                                globalAddress(kAudioHardwarePropertyTranslatePIDToProcessObject), std::int32_t{-2}),
             kAudioObjectUnknown);
 }
 
 TEST_P(AudioHardwareContract, processDescribesItself) {
   const AudioObjectID process = server->playingProcess();
-  const auto list = global(kAudioHardwarePropertyProcessObjectList);
+  const auto list = globalAddress(kAudioHardwarePropertyProcessObjectList);
   const auto processes = read<std::vector<AudioObjectID>>(kAudioObjectSystemObject, list);
   EXPECT_THAT(processes, testing::Contains(process));
   EXPECT_EQ(sizeOf(kAudioObjectSystemObject, list), 4 * processes.size());
-  EXPECT_EQ(read<std::int32_t>(process, global(kAudioProcessPropertyPID)), server->playingProcessPID());
-  EXPECT_NE(read<std::uint32_t>(process, global(kAudioProcessPropertyIsRunningOutput)), 0U);
-  EXPECT_EQ(read<AudioObjectID>(kAudioObjectSystemObject, global(kAudioHardwarePropertyTranslatePIDToProcessObject),
-                                server->playingProcessPID()),
-            process);
+  EXPECT_EQ(read<std::int32_t>(process, globalAddress(kAudioProcessPropertyPID)), server->playingProcessPID());
+  EXPECT_NE(read<std::uint32_t>(process, globalAddress(kAudioProcessPropertyIsRunningOutput)), 0U);
+  EXPECT_EQ(
+      read<AudioObjectID>(kAudioObjectSystemObject, globalAddress(kAudioHardwarePropertyTranslatePIDToProcessObject),
+                          server->playingProcessPID()),
+      process);
 }
 
 TEST_P(AudioHardwareContract, valueOfAnotherTypeIsRefused) {
   const AudioObjectID device = server->outputDevice();
-  EXPECT_NE(hardware.setPropertyData(device, global(kAudioDevicePropertyNominalSampleRate), std::string("48000")),
-            noErr);
-  EXPECT_NE(hardware.setPropertyData(device, global(kAudioDevicePropertyBufferFrameSize), 256.0), noErr);
-  EXPECT_NE(hardware.setPropertyData(device, global(kAudioDevicePropertyBufferFrameSize), 0U), noErr);
+  EXPECT_NE(
+      hardware.setPropertyData(device, globalAddress(kAudioDevicePropertyNominalSampleRate), std::string("48000")),
+      noErr);
+  EXPECT_NE(hardware.setPropertyData(device, globalAddress(kAudioDevicePropertyBufferFrameSize), 256.0), noErr);
+  EXPECT_NE(hardware.setPropertyData(device, globalAddress(kAudioDevicePropertyBufferFrameSize), 0U), noErr);
 }
 
 TEST_P(AudioHardwareContract, descriptionsCannotBeWritten) {
   const AudioObjectID device = server->outputDevice();
   const std::string uid = uidOf(device);
-  EXPECT_NE(hardware.setPropertyData(device, global(kAudioDevicePropertyDeviceUID), std::string("other")), noErr);
+  EXPECT_NE(hardware.setPropertyData(device, globalAddress(kAudioDevicePropertyDeviceUID), std::string("other")),
+            noErr);
   EXPECT_EQ(uidOf(device), uid);
 }
 
@@ -281,13 +284,13 @@ TEST_P(AudioHardwareContract, replacedDeviceGetsANewID) {
     EXPECT_TRUE(ids.insert(id).second) << "an ID was reused";
     server->unplug(uid);
     ASSERT_TRUE(server->waitUntil([&] { return deviceWithUID(uid) == kAudioObjectUnknown; }));
-    expectUnreadable(id, global(kAudioDevicePropertyDeviceUID));
+    expectUnreadable(id, globalAddress(kAudioDevicePropertyDeviceUID));
   }
 }
 
 TEST_P(AudioHardwareContract, deviceListListenerIsCalledThroughItsQueue) {
   auto calls = std::make_shared<std::atomic<int>>(0);
-  ASSERT_EQ(hardware.addPropertyListener(kAudioObjectSystemObject, global(kAudioHardwarePropertyDevices),
+  ASSERT_EQ(hardware.addPropertyListener(kAudioObjectSystemObject, globalAddress(kAudioHardwarePropertyDevices),
                                          server->queue(), [calls] { ++*calls; }),
             noErr);
   server->plug("contract.device");
@@ -389,12 +392,12 @@ TEST_P(AudioHardwareContract, tapHasAFormatUntilItIsDestroyed) {
     AudioObjectID tap = kAudioObjectUnknown;
     ASSERT_EQ(hardware.createProcessTap(describeTap(), tap), noErr);
     EXPECT_TRUE(taps.insert(tap).second);
-    const auto format = read<StreamFormat>(tap, global(kAudioTapPropertyFormat));
+    const auto format = read<StreamFormat>(tap, globalAddress(kAudioTapPropertyFormat));
     EXPECT_GT(format.sampleRate, 0);
     EXPECT_GE(format.channelsPerFrame, 1U);
-    EXPECT_EQ(sizeOf(tap, global(kAudioTapPropertyFormat)), 40U);
+    EXPECT_EQ(sizeOf(tap, globalAddress(kAudioTapPropertyFormat)), 40U);
     EXPECT_EQ(hardware.destroyProcessTap(tap), noErr);
-    expectUnreadable(tap, global(kAudioTapPropertyFormat));
+    expectUnreadable(tap, globalAddress(kAudioTapPropertyFormat));
     EXPECT_NE(hardware.destroyProcessTap(tap), noErr);
   }
 }

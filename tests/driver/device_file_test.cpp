@@ -4,12 +4,12 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <optional>
-#include <sstream>
 #include <string>
 #include <sys/stat.h>
 #include <vector>
 
 #include "model/driver_payload.h"
+#include "support/file_contents.h"
 #include "support/temporary_folder.h"
 
 namespace brindlemux::driver {
@@ -25,12 +25,12 @@ class DeviceFileTest : public testing::Test {
  protected:
   void place(const std::string& bytes) {
     fs::create_directories(path_.parent_path());
-    std::ofstream(path_, std::ios::binary) << bytes;
+    test::writeFile(path_, bytes);
   }
 
   std::optional<std::string> content() const {
     if (!fs::exists(path_)) return std::nullopt;
-    return (std::ostringstream() << std::ifstream(path_, std::ios::binary).rdbuf()).str();
+    return test::contentOf(path_);
   }
 
   // What has been set aside, in the folder of the file.

@@ -2,11 +2,11 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <sstream>
 #include <string>
 
 #include "driver/driver_fixture.h"
 #include "driver/property_client.h"
+#include "support/file_contents.h"
 #include "support/wait_until.h"
 
 namespace brindlemux::test {
@@ -19,7 +19,7 @@ const Devices two = {{"BrindlemuxAudio_UID_B", "Second \u97F3", 4}, {"Brindlemux
 class DriverPersistence : public DriverFixture {
  protected:
   std::filesystem::path file() const { return server_.folder() / "server" / "state" / "brindlemux" / "devices.json"; }
-  std::string content() const { return (std::ostringstream() << std::ifstream(file()).rdbuf()).str(); }
+  std::string content() const { return contentOf(file()); }
 };
 
 TEST_F(DriverPersistence, theListSurvivesTheServersRestart) {

@@ -4,11 +4,11 @@
 #include <fstream>
 #include <functional>
 #include <gtest/gtest.h>
-#include <sstream>
 
 #include "app/event_loop.h"
 #include "app/tray/fake_tray.h"
 #include "app/tray/private_bus.h"
+#include "support/file_contents.h"
 #include "support/private_server.h"
 #include "support/server_dump.h"
 #include "support/wait_until.h"
@@ -62,11 +62,7 @@ class DesktopSession {
   }
 
   std::filesystem::path defaultsFile() const { return server_.folder() / "Brindlemux" / "Brindlemux.conf"; }
-  bool hasSeenOnboarding() const {
-    std::ostringstream text;
-    text << std::ifstream(defaultsFile()).rdbuf();
-    return text.str().find("onboarding.seen=true") != std::string::npos;
-  }
+  bool hasSeenOnboarding() const { return contentOf(defaultsFile()).find("onboarding.seen=true") != std::string::npos; }
 
   /// How many of the program's own nodes the server has: the loop-back capture of each device that is on.
   std::ptrdiff_t programNodes() const {

@@ -5,12 +5,12 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <memory>
-#include <sstream>
 #include <string>
 #include <sysexits.h>
 #include <vector>
 
 #include "support/child_process.h"
+#include "support/file_contents.h"
 #include "support/temporary_folder.h"
 #include "support/wait_until.h"
 
@@ -39,9 +39,7 @@ class SecondStart : public testing::Test {
     return folder_.path() / data / "Brindlemux" / "graphs.json.lock";
   }
   /// Where the program that works on the data folder can be reached; empty for nowhere.
-  std::string address(const std::string& data = "data") const {
-    return (std::ostringstream() << std::ifstream(lockFile(data)).rdbuf()).str();
-  }
+  std::string address(const std::string& data = "data") const { return contentOf(lockFile(data)); }
   bool waitForAddressOtherThan(const std::string& old, const std::string& data = "data") const {
     return waitUntil([&] { return !address(data).empty() && address(data) != old; }, deadline);
   }

@@ -16,7 +16,6 @@
 namespace brindlemux {
 namespace {
 
-using test::globalAddress;
 using test::inputDevice;
 using test::outputDevice;
 using testing::ElementsAre;

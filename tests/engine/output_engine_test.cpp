@@ -17,7 +17,6 @@
 namespace brindlemux {
 namespace {
 
-using test::globalAddress;
 using test::outputDevice;
 using testing::Each;
 using testing::ElementsAre;

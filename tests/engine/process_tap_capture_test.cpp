@@ -12,7 +12,6 @@
 namespace brindlemux {
 namespace {
 
-using test::globalAddress;
 using test::interleavedFormat;
 using test::outputDevice;
 using test::playingProcess;

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "engine/audio_test_support.h"
+#include "engine/kernels/kernels.h"
 
 namespace brindlemux {
 namespace {
@@ -39,7 +40,7 @@ float rule(float sample) {
 
 float peak(const std::vector<float>& samples) {
   float result = 0;
-  inRealtime([&] { result = peakMagnitude(samples); });
+  inRealtime([&] { result = fastestKernels().peakMagnitude(samples.data(), std::ssize(samples)); });
   return result;
 }
 

@@ -1,14 +1,15 @@
 #include <string>
 
 #include "fuzz/fuzz_target.h"
-#include "model/temporary_folder.h"
 #include "platform/pipewire/desktop_entries.h"
+#include "support/file_contents.h"
+#include "support/temporary_folder.h"
 
 using namespace brindlemux;
 using test::require;
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static const test::TemporaryFolder folder;
+  static const test::TemporaryFolder folder(std::filesystem::temp_directory_path());
   test::writeFile(folder.path() / "org.example.Player.desktop", test::textOf(data, size));
   const DesktopEntries entries({folder.path()});
   for (const char* binary : {"player", "", "env", "x"}) {

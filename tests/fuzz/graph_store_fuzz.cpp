@@ -4,8 +4,9 @@
 #include "fuzz/fuzz_target.h"
 #include "model/graph_codec.h"
 #include "model/graph_store.h"
-#include "model/temporary_folder.h"
+#include "support/file_contents.h"
 #include "support/graph_equality.h"
+#include "support/temporary_folder.h"
 
 using namespace brindlemux;
 using test::require;
@@ -16,7 +17,7 @@ struct Locations final : FileLocations {
   // In memory, where there is such a folder: every input is several files.
   Locations() { std::filesystem::create_directories(folder.path() / "Brindlemux"); }
   std::filesystem::path applicationSupport() const override { return folder.path(); }
-  test::TemporaryFolder folder;
+  test::TemporaryFolder folder{std::filesystem::temp_directory_path()};
 };
 
 struct FixedClock final : Clock {

@@ -11,7 +11,7 @@
 #include <variant>
 #include <vector>
 
-#include "model/temporary_folder.h"
+#include "support/temporary_folder.h"
 
 namespace brindlemux {
 namespace {

@@ -14,8 +14,9 @@
 #include <vector>
 
 #include "model/graph_store.h"
-#include "model/temporary_folder.h"
+#include "support/file_contents.h"
 #include "support/file_faults.h"
+#include "support/temporary_folder.h"
 
 namespace brindlemux {
 namespace {

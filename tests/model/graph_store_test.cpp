@@ -19,7 +19,8 @@
 #include <unistd.h>
 #include <vector>
 
-#include "model/temporary_folder.h"
+#include "support/file_contents.h"
+#include "support/temporary_folder.h"
 
 namespace brindlemux {
 namespace {

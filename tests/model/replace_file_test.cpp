@@ -9,7 +9,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "model/temporary_folder.h"
+#include "support/file_contents.h"
+#include "support/temporary_folder.h"
 
 namespace brindlemux {
 namespace {

@@ -9,7 +9,6 @@
 namespace brindlemux {
 namespace {
 
-using test::globalAddress;
 using test::inputDevice;
 using test::outputDevice;
 using test::playingProcess;

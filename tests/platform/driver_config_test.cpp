@@ -57,7 +57,7 @@ TEST_F(DriverConfigTest, driverThatIsNoObjectIsNotFound) {
   for (const PropertyValue& value : values) {
     SimulatedAnswer answer;
     answer.value = value;
-    hardware.setAnswer(kAudioObjectSystemObject, test::globalAddress(kAudioHardwarePropertyTranslateBundleIDToPlugIn),
+    hardware.setAnswer(kAudioObjectSystemObject, globalAddress(kAudioHardwarePropertyTranslateBundleIDToPlugIn),
                        answer);
     EXPECT_EQ(config.pluginObjectID(), std::nullopt);
     EXPECT_EQ(config.readDevices(), std::nullopt);

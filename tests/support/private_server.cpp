@@ -2,24 +2,18 @@
 
 #include <csignal>
 #include <fstream>
-#include <sstream>
 #include <stdexcept>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
 
+#include "support/file_contents.h"
 #include "support/wait_until.h"
 
 namespace brindlemux::test {
 namespace {
 
 using namespace std::chrono_literals;
-
-std::string readText(const std::filesystem::path& path) {
-  std::ostringstream text;
-  text << std::ifstream(path).rdbuf();
-  return text.str();
-}
 
 // Lines of `export NAME=VALUE`, the value quoted with backslashes where a shell needs it.
 std::map<std::string, std::string> readEnvironment(const std::filesystem::path& path) {
@@ -107,7 +101,7 @@ bool PrivateServer::restartSessionManager() {
 }
 
 pid_t PrivateServer::processId(const std::string& name) const {
-  return std::stoi(readText(folder() / "server" / (name + ".pid")));
+  return std::stoi(contentOf(folder() / "server" / (name + ".pid")));
 }
 
 std::string PrivateServer::waitForEnd() {
@@ -120,7 +114,7 @@ std::string PrivateServer::socket() const { return (folder() / "server" / "run" 
 std::string PrivateServer::logs() const {
   std::string text;
   for (const char* name : {"pipewire", "wireplumber", "pipewire-pulse"}) {
-    text += std::string("\n--- ") + name + "\n" + readText(folder() / "server" / "log" / (std::string(name) + ".log"));
+    text += std::string("\n--- ") + name + "\n" + contentOf(folder() / "server" / "log" / (std::string(name) + ".log"));
   }
   return text;
 }

@@ -64,8 +64,4 @@ inline SimulatedProcess playingProcess(std::int32_t pid, std::optional<std::stri
   return process;
 }
 
-inline AudioObjectPropertyAddress globalAddress(FourCharCode selector) {
-  return {selector, kAudioObjectPropertyScopeGlobal, kAudioObjectPropertyElementMain};
-}
-
 }  // namespace brindlemux::test

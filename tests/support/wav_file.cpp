@@ -4,10 +4,11 @@
 #include <cstdint>
 #include <cstring>
 #include <fstream>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+
+#include "support/file_contents.h"
 
 namespace brindlemux::test {
 namespace {
@@ -58,9 +59,7 @@ void writeWav(const std::filesystem::path& path, const WavFile& wav) {
 }
 
 std::optional<WavFile> readWav(const std::filesystem::path& path) {
-  std::ostringstream content;
-  content << std::ifstream(path, std::ios::binary).rdbuf();
-  const std::string bytes = content.str();
+  const std::string bytes = contentOf(path);
   if (bytes.size() < 12 || !bytes.starts_with("RIFF")) return std::nullopt;
   WavFile wav;
   std::size_t channels = 0;

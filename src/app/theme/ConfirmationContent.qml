@@ -28,7 +28,7 @@ FocusScope {
             text: root.title
             textFormat: Text.PlainText
             color: Theme.textPrimary
-            font.pixelSize: 15
+            font.pixelSize: Theme.title3Size
             font.weight: Font.DemiBold
         }
 

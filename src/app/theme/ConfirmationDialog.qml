@@ -23,7 +23,7 @@ T.Dialog {
     closePolicy: T.Popup.CloseOnEscape
 
     T.Overlay.modal: Rectangle {
-        color: Qt.rgba(0, 0, 0, 0.5)
+        color: Theme.sheetVeil
     }
 
     background: Rectangle {

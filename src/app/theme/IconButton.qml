@@ -42,7 +42,7 @@ T.Button {
 
     background: Rectangle {
         radius: 6
-        color: !root.enabled ? "transparent" : root.down ? Qt.rgba(1, 1, 1, 0.12) : root.hovered ? Qt.rgba(1, 1, 1, 0.06) : "transparent"
+        color: !root.enabled ? "transparent" : root.down ? Theme.pressVeil : root.hovered ? Theme.hoverVeil : "transparent"
         border.width: root.visualFocus ? 2 : 0
         border.color: Theme.accent
     }

@@ -33,7 +33,7 @@ T.Dialog {
     }
 
     T.Overlay.modal: Rectangle {
-        color: Qt.rgba(0, 0, 0, 0.5)
+        color: Theme.sheetVeil
     }
 
     background: Rectangle {

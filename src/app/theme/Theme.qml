@@ -23,6 +23,11 @@ QtObject {
     readonly property color hot: Qt.rgba(1.0, 0.271, 0.227, 1)
     readonly property color destructive: Qt.rgba(1.0, 0.42, 0.38, 1)
 
+    /// Over a control under the pointer, over one that is pressed, and over all that has to wait for a sheet's answer.
+    readonly property color hoverVeil: Qt.rgba(1, 1, 1, 0.06)
+    readonly property color pressVeil: Qt.rgba(1, 1, 1, 0.12)
+    readonly property color sheetVeil: Qt.rgba(0, 0, 0, 0.5)
+
     // Pixels.
     readonly property int captionSize: 11
     readonly property int calloutSize: 12

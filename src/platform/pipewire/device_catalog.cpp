@@ -10,15 +10,15 @@ namespace brindlemux {
 namespace {
 
 bool isSink(const ServerNode& node) { return node.mediaClass() == "Audio/Sink"; }
+bool isDuplex(const ServerNode& node) { return node.mediaClass() == "Audio/Duplex"; }
+bool isSource(const ServerNode& node) {
+  return node.mediaClass() == "Audio/Source" || node.mediaClass() == "Audio/Source/Virtual";
+}
+
 /// The driver makes its nodes inside the server: one that has a client is somebody else's, whatever it says of itself.
 std::string_view driverUID(const ServerNode& node) {
   return node.properties.value(PW_KEY_CLIENT_ID).empty() ? node.properties.value(driverNodeDeviceKey)
                                                          : std::string_view{};
-}
-
-bool isDuplex(const ServerNode& node) { return node.mediaClass() == "Audio/Duplex"; }
-bool isSource(const ServerNode& node) {
-  return node.mediaClass() == "Audio/Source" || node.mediaClass() == "Audio/Source/Virtual";
 }
 
 /// All ports of one direction, or none while some that the node has announced are still to come.

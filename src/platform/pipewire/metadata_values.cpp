@@ -3,6 +3,7 @@
 #include <charconv>
 #include <cstdint>
 
+#include "platform/dictionary_member.h"
 #include "platform/pipewire/json_dictionary.h"
 
 namespace brindlemux {
@@ -11,8 +12,7 @@ std::optional<std::string> nodeNameIn(std::string_view value) {
   const auto json = dictionaryFromJSON(value);
   const auto* const dictionary = json ? std::get_if<Dictionary>(&json->value) : nullptr;
   if (dictionary == nullptr) return std::nullopt;
-  const auto name = dictionary->find("name");
-  const auto* const text = name == dictionary->end() ? nullptr : std::get_if<std::string>(&name->second.value);
+  const auto* const text = member<std::string>(*dictionary, "name");
   return text == nullptr ? std::nullopt : std::optional(*text);
 }
 

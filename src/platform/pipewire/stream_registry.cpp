@@ -4,19 +4,11 @@
 #include <cmath>
 #include <string_view>
 
+#include "platform/dictionary_member.h"
 #include "platform/pipewire/stream_processes.h"
 #include "platform/pipewire/tap_wiring.h"
 
 namespace brindlemux {
-namespace {
-
-template <typename Held>
-const Held* member(const Dictionary& dictionary, std::string_view key) {
-  const auto found = dictionary.find(std::string(key));
-  return found == dictionary.end() ? nullptr : std::get_if<Held>(&found->second.value);
-}
-
-}  // namespace
 
 StreamRegistry::~StreamRegistry() {
   const auto guard = server_.lock();

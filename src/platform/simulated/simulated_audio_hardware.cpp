@@ -5,6 +5,7 @@
 
 #include "model/driver_payload.h"
 #include "model/fatal_error.h"
+#include "platform/dictionary_member.h"
 
 namespace brindlemux {
 namespace {
@@ -18,12 +19,6 @@ SimulatedDevice virtualDevice(const VirtualDeviceConfig& config, double rateHz) 
   device.nominalSampleRateHz = rateHz;
   device.inputKind = SimulatedInput::loopback;
   return device;
-}
-
-template <typename Value>
-const Value* member(const Dictionary& dictionary, const char* key) {
-  const auto found = dictionary.find(key);
-  return found == dictionary.end() ? nullptr : std::get_if<Value>(&found->second.value);
 }
 
 /// The device that one element of the driver's list describes, or nothing for one that the driver refuses.

@@ -2,6 +2,7 @@
 // the simulated server's tables.
 #include <algorithm>
 
+#include "platform/dictionary_member.h"
 #include "platform/driver_config.h"
 #include "platform/simulated/property_text.h"
 #include "platform/simulated/simulated_audio_hardware.h"
@@ -25,12 +26,6 @@ std::string description(const TapDescription& tap) {
   for (const AudioObjectID process : tap.processes) text += ' ' + std::to_string(process);
   text += tap.isPrivate ? ", private" : ", public";
   return text + ", mute " + std::to_string(static_cast<std::int32_t>(tap.muteBehavior));
-}
-
-template <typename Value>
-const Value* member(const Dictionary& dictionary, const char* key) {
-  const auto found = dictionary.find(key);
-  return found == dictionary.end() ? nullptr : std::get_if<Value>(&found->second.value);
 }
 
 /// The "uid" of every element of a list of dictionaries.

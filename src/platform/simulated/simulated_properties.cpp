@@ -3,32 +3,11 @@
 
 #include "model/driver_payload.h"
 #include "platform/driver_config.h"
+#include "platform/property_size.h"
 #include "platform/simulated/simulated_objects.h"
 
 namespace brindlemux {
 namespace {
-
-constexpr AudioObjectPropertyAddress global(FourCharCode selector) {
-  return {selector, kAudioObjectPropertyScopeGlobal, kAudioObjectPropertyElementMain};
-}
-
-constexpr std::uint32_t referenceBytes = 8;
-
-struct NativeSize {
-  std::uint32_t operator()(std::uint32_t) const { return 4; }
-  std::uint32_t operator()(std::int32_t) const { return 4; }
-  std::uint32_t operator()(const std::vector<AudioObjectID>& ids) const {
-    return 4 * static_cast<std::uint32_t>(ids.size());
-  }
-  std::uint32_t operator()(const BufferLayout& layout) const {
-    return 8 + 16 * static_cast<std::uint32_t>(layout.channelsPerBuffer.size());
-  }
-  std::uint32_t operator()(const StreamFormat&) const { return 40; }
-  template <typename Reference>
-  std::uint32_t operator()(const Reference&) const {
-    return referenceBytes;
-  }
-};
 
 std::optional<PropertyValue> text(const std::optional<std::string>& value) {
   if (!value) return std::nullopt;
@@ -65,7 +44,7 @@ OSStatus SimulatedObjects::size(AudioObjectID object, const AudioObjectPropertyA
   const OSStatus status = value(object, address, {}, current);
   if (status != noErr) return status;
   const SimulatedAnswer* instead = answer(object, address);
-  byteSize = instead != nullptr && instead->byteSize ? *instead->byteSize : std::visit(NativeSize{}, current);
+  byteSize = instead != nullptr && instead->byteSize ? *instead->byteSize : propertySize(current);
   return noErr;
 }
 

@@ -3,8 +3,9 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <stdlib.h>
 #include <string>
+
+#include "support/temporary_folder.h"
 
 namespace brindlemux {
 namespace {
@@ -12,12 +13,7 @@ namespace {
 /// A folder of processes like the kernel's, and one of desktop entries.
 class ApplicationFinderTest : public testing::Test {
  protected:
-  ApplicationFinderTest() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "brindlemux-finder-XXXXXX").string();
-    root_ = mkdtemp(pattern.data());
-    std::filesystem::create_directory(root_ / "applications");
-  }
-  ~ApplicationFinderTest() override { std::filesystem::remove_all(root_); }
+  ApplicationFinderTest() { std::filesystem::create_directory(root_ / "applications"); }
 
   void addEntry(const std::string& id, const std::string& command) {
     std::ofstream(root_ / "applications" / (id + ".desktop"))
@@ -37,7 +33,8 @@ class ApplicationFinderTest : public testing::Test {
     return entry ? entry->id : "";
   }
 
-  std::filesystem::path root_;
+  const test::TemporaryFolder folder_;
+  const std::filesystem::path root_ = folder_.path();
 };
 
 TEST_F(ApplicationFinderTest, aProcessThatAnEntryStartsIsItsApplication) {

@@ -4,9 +4,10 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <stdlib.h>
 #include <string>
 #include <sys/stat.h>
+
+#include "support/temporary_folder.h"
 
 namespace brindlemux {
 namespace {
@@ -14,16 +15,14 @@ namespace {
 class DesktopEntriesTest : public testing::Test {
  protected:
   DesktopEntriesTest() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "brindlemux-entries-XXXXXX").string();
-    root_ = mkdtemp(pattern.data());
     for (const char* folder : {"user", "system"}) std::filesystem::create_directory(root_ / folder);
   }
-  ~DesktopEntriesTest() override { std::filesystem::remove_all(root_); }
 
   void write(const std::string& file, const std::string& text) { std::ofstream(root_ / file) << text; }
   DesktopEntries entries() const { return DesktopEntries({root_ / "user", root_ / "system", root_ / "missing"}); }
 
-  std::filesystem::path root_;
+  const test::TemporaryFolder folder_;
+  const std::filesystem::path root_ = folder_.path();
 };
 
 TEST_F(DesktopEntriesTest, findsAnEntryByTheBinaryThatItStarts) {

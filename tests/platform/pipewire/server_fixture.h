@@ -18,10 +18,6 @@
 
 namespace brindlemux::test {
 
-constexpr AudioObjectPropertyAddress global(FourCharCode selector) {
-  return {selector, kAudioObjectPropertyScopeGlobal, kAudioObjectPropertyElementMain};
-}
-
 inline PrivateServerOptions serverOptions(PrivateServerOptions::Driver driver) {
   PrivateServerOptions options;
   options.driver = driver;
@@ -49,7 +45,8 @@ class PipeWireServer : public testing::Test {
     return typed == nullptr ? Value{} : *typed;
   }
   AudioObjectID device(const std::string& uid) {
-    return read<AudioObjectID>(kAudioObjectSystemObject, global(kAudioHardwarePropertyTranslateUIDToDevice), uid);
+    return read<AudioObjectID>(kAudioObjectSystemObject, globalAddress(kAudioHardwarePropertyTranslateUIDToDevice),
+                               uid);
   }
   std::size_t channels(const std::string& uid, FourCharCode scope) {
     return read<BufferLayout>(device(uid), {kAudioDevicePropertyStreamConfiguration, scope, 0})

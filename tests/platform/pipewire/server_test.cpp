@@ -88,7 +88,7 @@ TEST_F(PipeWireServerWithDriver, theIDOfADeviceThatChangedItsChannelsStandsForIt
   ASSERT_TRUE(waitUntil([&] { return device(virtualUID) != kAudioObjectUnknown; })) << server_.logs();
   const AudioObjectID former = device(virtualUID);
   const std::uint32_t frames = 512;
-  EXPECT_EQ(hardware_->setPropertyData(former, global(kAudioDevicePropertyBufferFrameSize), frames), noErr);
+  EXPECT_EQ(hardware_->setPropertyData(former, globalAddress(kAudioDevicePropertyBufferFrameSize), frames), noErr);
   ASSERT_TRUE(driver.writeDevices({{.uid = virtualUID, .name = "Device", .channels = 4}}));
   ASSERT_TRUE(waitUntil([&] { return device(virtualUID) != former; })) << server_.logs();
   // The former nodes go a moment after that.
@@ -97,7 +97,7 @@ TEST_F(PipeWireServerWithDriver, theIDOfADeviceThatChangedItsChannelsStandsForIt
   const Discovery discovery(*hardware_, hardware_->runningApplications());
   EXPECT_GT(discovery.nominalSampleRate(former), 0);
   EXPECT_EQ(discovery.deviceChannelCount(former, kAudioObjectPropertyScopeInput), 4);
-  EXPECT_EQ(read<std::uint32_t>(former, global(kAudioDevicePropertyBufferFrameSize)), frames);
+  EXPECT_EQ(read<std::uint32_t>(former, globalAddress(kAudioDevicePropertyBufferFrameSize)), frames);
   const auto isLooped = [this] {
     const ServerDump dump(server_);
     const auto source = dump.node(std::string(virtualUID) + ".source");
@@ -175,7 +175,7 @@ TEST_F(PipeWireServer, propertiesAreReadByOtherThreadsWhileTapsComeAndGo) {
   std::thread reader([&] {
     while (!isOver) {
       PropertyValue value;
-      if (hardware_->propertyData(latest, global(kAudioTapPropertyFormat), {}, value) == noErr) ++found;
+      if (hardware_->propertyData(latest, globalAddress(kAudioTapPropertyFormat), {}, value) == noErr) ++found;
     }
   });
   for (int round = 0; round < 100; ++round) {

@@ -99,7 +99,8 @@ class StreamReturn : public PipeWireServer {
  protected:
   StreamReturn() {
     const auto process = [this] {
-      return read<AudioObjectID>(kAudioObjectSystemObject, global(kAudioHardwarePropertyTranslatePIDToProcessObject),
+      return read<AudioObjectID>(kAudioObjectSystemObject,
+                                 globalAddress(kAudioHardwarePropertyTranslatePIDToProcessObject),
                                  std::int32_t{getpid()});
     };
     EXPECT_TRUE(waitUntil([&] { return process() != kAudioObjectUnknown; }));

@@ -11,7 +11,6 @@
 namespace brindlemux {
 namespace {
 
-using test::globalAddress;
 using test::inputDevice;
 using test::loopbackDevice;
 using test::outputDevice;

@@ -77,7 +77,7 @@ TEST_F(SimulatedCyclesTest, bufferSizeThatIsSetDoesNotChangeAPattern) {
   SimulatedDevice device = inputDevice("Microphone", 1, positionSignal);
   device.blockPattern = {30};
   const AudioObjectID id = hardware.addDevice(device);
-  EXPECT_EQ(hardware.setPropertyData(id, test::globalAddress(kAudioDevicePropertyBufferFrameSize), 256U), noErr);
+  EXPECT_EQ(hardware.setPropertyData(id, globalAddress(kAudioDevicePropertyBufferFrameSize), 256U), noErr);
   Listener listener;
   listen(id, listener);
   hardware.advance(60);
@@ -89,7 +89,7 @@ TEST_F(SimulatedCyclesTest, bufferSizeThatIsSetCountsAtOnce) {
   Listener listener;
   listen(id, listener);
   hardware.advance(512);
-  EXPECT_EQ(hardware.setPropertyData(id, test::globalAddress(kAudioDevicePropertyBufferFrameSize), 32U), noErr);
+  EXPECT_EQ(hardware.setPropertyData(id, globalAddress(kAudioDevicePropertyBufferFrameSize), 32U), noErr);
   hardware.advance(64);
   EXPECT_THAT(listener.blocks, ElementsAre(512, 32, 32));
   EXPECT_TRUE(listener.inOrder);
