@@ -90,11 +90,7 @@ INSTANTIATE_TEST_SUITE_P(Recorders, ApplicationSource,
 /// How often a recorder's file is looked at while a sound is waited for.
 constexpr std::size_t glance = second / 50;
 
-bool isSounding(const Recorder& recorder, std::size_t channel) {
-  const auto latest = recorder.all();
-  if (latest[channel].size() < glance) return false;
-  return !isSilent({latest[channel].end() - static_cast<std::ptrdiff_t>(glance), latest[channel].end()});
-}
+bool isSounding(const Recorder& recorder, std::size_t channel) { return !isSilent(recorder.newest(glance)[channel]); }
 
 class ReturningPlayer : public testing::TestWithParam<const char*> {};
 
