@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QGuiApplication>
-#include <QQuickItem>
 #include <QTest>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -11,21 +10,13 @@
 #include <vector>
 
 #include "app/event_loop.h"
+#include "app/find_item.h"
 #include "app/shell/brindlemux_app.h"
 #include "app/simulated_program.h"
 #include "app/temporary_defaults.h"
 #include "app/tray/private_bus.h"
 
 namespace brindlemux::test {
-
-/// The item with this object name; a view's delegates have no QObject parent, so that items are asked instead.
-inline QQuickItem* findItem(QQuickItem* root, const QString& name) {
-  if (root->objectName() == name) return root;
-  for (QQuickItem* child : root->childItems()) {
-    if (QQuickItem* found = findItem(child, name)) return found;
-  }
-  return nullptr;
-}
 
 /// What Qt complained about since the last look; a window that is all right gives it no reason to.
 inline std::vector<std::string>& complaints() {

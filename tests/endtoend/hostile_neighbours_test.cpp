@@ -59,15 +59,7 @@ class HostileNeighbours : public testing::Test {
   }
 
   /// The newest 0.25 s of a recording, one vector a channel; empty ones when there are none yet.
-  static std::vector<std::vector<float>> newest(const Recorder& recorder) {
-    auto channels = recorder.all();
-    constexpr std::size_t length = second / 4;
-    for (auto& samples : channels) {
-      if (samples.size() < length) return decltype(channels)(channels.size());
-      samples.erase(samples.begin(), samples.end() - static_cast<std::ptrdiff_t>(length));
-    }
-    return channels;
-  }
+  static std::vector<std::vector<float>> newest(const Recorder& recorder) { return recorder.newest(second / 4); }
   static bool hasTone(const std::vector<float>& samples, double frequencyHz, double amplitude) {
     return !samples.empty() && std::abs(toneLevelDb(samples, frequencyHz, rate) - decibels(amplitude)) < 0.1;
   }

@@ -51,7 +51,7 @@ class OneClock : public testing::Test {
   void SetUp() override {
     state.updateGraph(uid, AppState::Persist::no, [&](DeviceGraph& graph) { route(graph); });
     ASSERT_TRUE(eventually([&] {
-      return isLinked("paplay:output_FR", "brindlemux.tap:input_2") &&
+      return session.programNodes().size() == nodes && isLinked("paplay:output_FR", "brindlemux.tap:input_2") &&
              isLinked("mic:capture_FR", "brindlemux.input.mic:input_2") &&
              isLinked("brindlemux.output.headphones:output_2", "headphones:playback_FR") &&
              isLinked("brindlemux.output.speakers:output_2", "speakers:playback_FR");
@@ -80,10 +80,11 @@ class OneClock : public testing::Test {
 
  private:
   static constexpr std::int64_t outputs = 3;  // the device and two monitors
+  static constexpr std::size_t nodes = 7;     // and two taps, the microphone and the device's own input
 
   void route(DeviceGraph& graph) {
     graph.latencyFrames = blockFrames;
-    graph.sources = {{.id = program.uuids.next(), .kind = AppSource{"paplay", "Player"}},
+    graph.sources = {{.id = program.uuids.next(), .kind = AppSource{"pacat", "Player"}},
                      {.id = program.uuids.next(), .kind = MicSource{"mic", "Microphone"}},
                      {.id = program.uuids.next(), .kind = SystemAudioSource{}}};
     graph.monitors = {{.id = program.uuids.next(), .deviceUID = "headphones", .name = "Headphones"},

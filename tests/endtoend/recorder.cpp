@@ -1,7 +1,5 @@
 #include "endtoend/recorder.h"
 
-#include <algorithm>
-
 #include "support/wait_until.h"
 #include "support/wav_file.h"
 
@@ -54,6 +52,14 @@ std::vector<std::vector<float>> Recorder::all() const {
   return wav->channels;
 }
 
+std::vector<std::vector<float>> Recorder::newest(std::size_t count) const {
+  const auto wav = readWavEnd(file_, count);
+  if (!wav || wav->channels.size() != static_cast<std::size_t>(channels_) || wav->frames() < count) {
+    return std::vector<std::vector<float>>(static_cast<std::size_t>(channels_));
+  }
+  return wav->channels;
+}
+
 std::size_t Recorder::frames() const {
   std::error_code error;
   const auto bytes = std::filesystem::file_size(file_, error);
@@ -68,15 +74,10 @@ std::vector<std::vector<float>> Recorder::next(std::size_t count) const {
   const std::size_t start = frames();
   // The header counts for a few frames in the file's size.
   constexpr std::size_t headerFrames = 64;
-  std::vector<std::vector<float>> latest(static_cast<std::size_t>(channels_));
-  if (!waitForFrames(start + count + headerFrames)) return latest;
-  auto recorded = all();
-  for (std::size_t channel = 0; channel < recorded.size(); ++channel) {
-    auto& samples = recorded[channel];
-    if (samples.size() < count) return std::vector<std::vector<float>>(static_cast<std::size_t>(channels_));
-    latest[channel].assign(samples.end() - static_cast<std::ptrdiff_t>(count), samples.end());
+  if (!waitForFrames(start + count + headerFrames)) {
+    return std::vector<std::vector<float>>(static_cast<std::size_t>(channels_));
   }
-  return latest;
+  return newest(count);
 }
 
 }  // namespace brindlemux::test

@@ -35,6 +35,9 @@ class Recorder {
   /// Waits for `frames` more frames and returns them, one vector a channel; empty ones when they do not come in time.
   std::vector<std::vector<float>> next(std::size_t frames) const;
 
+  /// The newest `frames` frames, one vector a channel; empty ones as long as there are fewer.
+  std::vector<std::vector<float>> newest(std::size_t frames) const;
+
   /// Everything until now, one vector a channel.
   std::vector<std::vector<float>> all() const;
 

@@ -128,7 +128,14 @@ std::filesystem::path RoutingSession::programPath(const std::string& name) const
 }
 
 std::string RoutingSession::report() const {
-  return "the program: " + (program_ ? program_->error() : "absent") + "\nthe servers: " + server_.logs();
+  std::string nodes;
+  const ServerDump dump(server_);
+  for (const ServerDump::Node& node : dump.nodes()) {
+    nodes += "\n  " + node.property("node.name") + " " + node.state + ", " + std::to_string(node.inputPorts) + " in, " +
+             std::to_string(node.outputPorts) + " out";
+  }
+  return "the program: " + (program_ ? program_->error() : "absent") + "\nthe nodes: " + nodes + "\n" +
+         std::to_string(dump.links().size()) + " links\nthe servers: " + server_.logs();
 }
 
 }  // namespace brindlemux::test

@@ -1,14 +1,14 @@
 #include "support/wav_file.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstdint>
 #include <cstring>
 #include <fstream>
+#include <limits>
 #include <stdexcept>
 #include <string>
 #include <string_view>
-
-#include "support/file_contents.h"
 
 namespace brindlemux::test {
 namespace {
@@ -28,6 +28,58 @@ Number numberAt(std::string_view bytes, std::size_t offset) {
   Number number = {};
   std::memcpy(&number, bytes.data() + offset, sizeof number);
   return number;
+}
+
+/// Where a file's samples are, as far as there are any yet.
+struct Samples {
+  int sampleRateHz = 0;
+  std::size_t channels = 0;
+  std::size_t start = 0;
+  std::size_t frames = 0;
+
+  std::size_t frameBytes() const { return channels * sizeof(float); }
+};
+
+/// The bytes of a file from an offset on, or as many as there are.
+std::string bytesAt(std::ifstream& file, std::size_t offset, std::size_t count) {
+  std::string bytes(count, '\0');
+  file.clear();
+  file.seekg(static_cast<std::streamoff>(offset));
+  file.read(bytes.data(), static_cast<std::streamsize>(count));
+  bytes.resize(static_cast<std::size_t>(file.gcount()));
+  return bytes;
+}
+
+std::optional<Samples> findSamples(std::ifstream& file) {
+  file.seekg(0, std::ios::end);
+  const auto end = static_cast<std::size_t>(std::max<std::streamoff>(file.tellg(), 0));
+  if (end < 12 || !bytesAt(file, 0, 4).starts_with("RIFF")) return std::nullopt;
+  Samples samples;
+  for (std::size_t offset = 12; offset + 8 <= end;) {
+    // A chunk's name and size, and of the one that tells the format as much as is needed.
+    const std::string bytes = bytesAt(file, offset, 8 + 26);
+    if (bytes.size() < 8) return std::nullopt;
+    const auto size = numberAt<std::uint32_t>(bytes, 4);
+    const std::size_t start = offset + 8;
+    if (bytes.starts_with("fmt ")) {
+      if (bytes.size() < 8 + 16) return std::nullopt;
+      auto format = numberAt<std::uint16_t>(bytes, 8);
+      // The format proper is the beginning of the identifier at the end of the extensible header.
+      if (format == extensibleFormat && bytes.size() >= 8 + 26) format = numberAt<std::uint16_t>(bytes, 8 + 24);
+      samples.channels = numberAt<std::uint16_t>(bytes, 8 + 2);
+      samples.sampleRateHz = static_cast<int>(numberAt<std::uint32_t>(bytes, 8 + 4));
+      if (format != floatFormat || numberAt<std::uint16_t>(bytes, 8 + 14) != 32) return std::nullopt;
+    } else if (bytes.starts_with("data")) {
+      if (samples.channels == 0) return std::nullopt;
+      // Until the recorder ends, the header does not know the size.
+      const std::size_t rest = end - start;
+      samples.start = start;
+      samples.frames = (size == 0 || size > rest ? rest : size) / samples.frameBytes();
+      return samples;
+    }
+    offset = start + size + size % 2;
+  }
+  return std::nullopt;
 }
 
 }  // namespace
@@ -58,42 +110,27 @@ void writeWav(const std::filesystem::path& path, const WavFile& wav) {
   }
 }
 
-std::optional<WavFile> readWav(const std::filesystem::path& path) {
-  const std::string bytes = contentOf(path);
-  if (bytes.size() < 12 || !bytes.starts_with("RIFF")) return std::nullopt;
+std::optional<WavFile> readWavEnd(const std::filesystem::path& path, std::size_t mostFrames) {
+  std::ifstream file(path, std::ios::binary);
+  const auto samples = findSamples(file);
+  if (!samples) return std::nullopt;
+  const std::size_t frames = std::min(samples->frames, mostFrames);
+  const std::size_t start = samples->start + (samples->frames - frames) * samples->frameBytes();
+  const std::string bytes = bytesAt(file, start, frames * samples->frameBytes());
+  if (bytes.size() != frames * samples->frameBytes()) return std::nullopt;
   WavFile wav;
-  std::size_t channels = 0;
-  for (std::size_t offset = 12; offset + 8 <= bytes.size();) {
-    const std::string_view name(bytes.data() + offset, 4);
-    const auto size = numberAt<std::uint32_t>(bytes, offset + 4);
-    const std::size_t start = offset + 8;
-    const std::size_t rest = bytes.size() - start;
-    if (name == "fmt ") {
-      if (rest < 16) return std::nullopt;
-      auto format = numberAt<std::uint16_t>(bytes, start);
-      // The format proper is the beginning of the identifier at the end of the extensible header.
-      if (format == extensibleFormat && rest >= 26) format = numberAt<std::uint16_t>(bytes, start + 24);
-      channels = numberAt<std::uint16_t>(bytes, start + 2);
-      wav.sampleRateHz = static_cast<int>(numberAt<std::uint32_t>(bytes, start + 4));
-      if (format != floatFormat || numberAt<std::uint16_t>(bytes, start + 14) != 32 || channels == 0) {
-        return std::nullopt;
-      }
-    } else if (name == "data") {
-      if (channels == 0) return std::nullopt;
-      // Until the recorder ends, the header does not know the size.
-      const std::size_t dataBytes = size == 0 || size > rest ? rest : size;
-      const std::size_t frames = dataBytes / (channels * sizeof(float));
-      wav.channels.assign(channels, std::vector<float>(frames));
-      for (std::size_t frame = 0; frame < frames; ++frame) {
-        for (std::size_t channel = 0; channel < channels; ++channel) {
-          wav.channels[channel][frame] = numberAt<float>(bytes, start + (frame * channels + channel) * sizeof(float));
-        }
-      }
-      return wav;
+  wav.sampleRateHz = samples->sampleRateHz;
+  wav.channels.assign(samples->channels, std::vector<float>(frames));
+  for (std::size_t frame = 0; frame < frames; ++frame) {
+    for (std::size_t channel = 0; channel < samples->channels; ++channel) {
+      wav.channels[channel][frame] = numberAt<float>(bytes, (frame * samples->channels + channel) * sizeof(float));
     }
-    offset = start + size + size % 2;
   }
-  return std::nullopt;
+  return wav;
+}
+
+std::optional<WavFile> readWav(const std::filesystem::path& path) {
+  return readWavEnd(path, std::numeric_limits<std::size_t>::max());
 }
 
 }  // namespace brindlemux::test

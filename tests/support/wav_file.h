@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <filesystem>
 #include <optional>
 #include <vector>
@@ -21,5 +22,7 @@ void writeWav(const std::filesystem::path& path, const WavFile& wav);
 /// Reads what pw-record, parecord or writeWav has written, also while it is still being recorded (then up to the last
 /// whole frame). Nothing when there is no header yet or the samples are not 32-bit floats.
 std::optional<WavFile> readWav(const std::filesystem::path& path);
+/// The same of its last `mostFrames` frames alone, which costs no more for a longer file.
+std::optional<WavFile> readWavEnd(const std::filesystem::path& path, std::size_t mostFrames);
 
 }  // namespace brindlemux::test

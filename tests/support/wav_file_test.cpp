@@ -33,6 +33,19 @@ TEST(WavFile, readsWholeFramesOfAnUnfinishedRecording) {
   EXPECT_EQ(read->channels[2], (std::vector<float>{7.0f, 8.0f}));
 }
 
+TEST(WavFile, theEndIsReadAlone) {
+  const TemporaryFolder folder;
+  const auto path = folder.path() / "a.wav";
+  writeWav(path, sample);
+  EXPECT_EQ(readWavEnd(path, 2)->channels,
+            (std::vector<std::vector<float>>{{1.0f, -0.1f}, {-2.5f, 3.0f}, {8.0f, 9.0f}}));
+  EXPECT_EQ(readWavEnd(path, 4)->channels, sample.channels);
+  EXPECT_EQ(readWavEnd(path, 0)->channels, std::vector<std::vector<float>>(3));
+  // Two frames and one sample of the third.
+  std::filesystem::resize_file(path, 44 + 2 * 3 * 4 + 4);
+  EXPECT_EQ(readWavEnd(path, 1)->channels, (std::vector<std::vector<float>>{{1.0f}, {-2.5f}, {8.0f}}));
+}
+
 TEST(WavFile, otherFilesAreNothing) {
   const TemporaryFolder folder;
   EXPECT_FALSE(readWav(folder.path() / "absent.wav"));

@@ -64,6 +64,7 @@ class PipeWireServer : public testing::Test {
 
 /// A tap at work, and what its procedure has met.
 struct RunningTap {
+  AudioObjectID tap = kAudioObjectUnknown;
   AudioObjectID aggregate = kAudioObjectUnknown;
   AudioDeviceIOProcID procedure = 0;
   std::shared_ptr<std::atomic<int>> cycles = std::make_shared<std::atomic<int>>(0);
@@ -78,14 +79,13 @@ struct RunningTap {
 inline RunningTap startTap(AudioHardware& hardware, TapDescription description, IOBlock also = {}) {
   description.uuid.bytes[15] = 1;
   description.name = "All";
-  AudioObjectID tap = kAudioObjectUnknown;
-  EXPECT_EQ(hardware.createProcessTap(description, tap), noErr);
+  RunningTap running;
+  EXPECT_EQ(hardware.createProcessTap(description, running.tap), noErr);
   const Dictionary aggregate = {
       {"uid", std::string("com.brindlemux.tap.test")},
       {"master", std::string("speakers")},
       {"taps", DictionaryArray{Dictionary{{"uid", description.uuid.string()}}}},
   };
-  RunningTap running;
   EXPECT_EQ(hardware.createAggregateDevice(aggregate, running.aggregate), noErr);
   const auto count = [cycles = running.cycles, sounding = running.sounding, also](AudioBufferList input) {
     ++*cycles;
