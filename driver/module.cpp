@@ -63,6 +63,7 @@ int load(pw_impl_module* module, const char* arguments) noexcept {
 }  // namespace brindlemux::driver
 
 /// What the server calls when it loads the module. 0, or a negative errno.
+// NOLINTNEXTLINE(bugprone-reserved-identifier): the name is the server's.
 extern "C" SPA_EXPORT int pipewire__module_init(pw_impl_module* module, const char* arguments) {
   return brindlemux::driver::load(module, arguments);
 }

@@ -29,7 +29,7 @@ class WireSelection {
 
  private:
   using Wire = std::variant<std::monostate, SourceWire, MonitorWire>;
-  explicit WireSelection(Wire wire) : wire_(std::move(wire)) {}
+  explicit WireSelection(const Wire& wire) : wire_(wire) {}
 
   Wire wire_;
 };

@@ -222,6 +222,7 @@ std::vector<float> SourceRing::takePeaks() {
     taken.swap(peakAccum_);
   }
   std::vector<float> peaks;
+  peaks.reserve(taken.size());
   for (const PeakLanes& peak : taken) peaks.push_back(peak.largest());
   return peaks;
 }

@@ -2,7 +2,7 @@
 # The project speaks of itself alone: words.sh looks through every tracked file and every commit message for what does
 # not belong there, prints it and fails. A pattern is written so that it does not find itself.
 set -uo pipefail
-cd "$(dirname "$(realpath "$0")")/../.."
+cd "$(dirname "$(realpath "$0")")/../.." || exit 1
 git rev-parse --verify --quiet HEAD >/dev/null || exit 77 # no history here: an unpacked archive
 
 texts='\b[s]pecification\b|\b(the|this|our|per|by|in|see) [s]pec\b|\b[P]arts? [0-9]\.[0-9]'  # a paper that is not here
