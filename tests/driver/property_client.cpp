@@ -1,6 +1,5 @@
 #include "driver/property_client.h"
 
-#include <cerrno>
 #include <spa/utils/string.h>
 #include <stdexcept>
 
@@ -28,9 +27,10 @@ PropertyClient::PropertyClient(const PrivateServer& server) {
       auto& self = *static_cast<PropertyClient*>(data);
       if (id == PW_ID_CORE && sequence == self.awaited_) pw_main_loop_quit(self.loop_);
     };
-    events.error = [](void* data, std::uint32_t id, int, int result, const char*) {
+    events.error = [](void* data, std::uint32_t id, int, int, const char* message) {
       auto& self = *static_cast<PropertyClient*>(data);
-      if (id != PW_ID_CORE || result != -EPIPE) return;
+      // What the library says when it has given the connection up; all other errors answer a request.
+      if (id != PW_ID_CORE || !spa_streq(message, "connection error")) return;
       self.ended_ = true;
       pw_main_loop_quit(self.loop_);
     };

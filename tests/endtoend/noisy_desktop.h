@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "endtoend/controller_session.h"
@@ -68,7 +69,8 @@ inline std::vector<PatchedPort> listenedPorts() {
 template <typename Wait>
 class NoisyDesktop {
  public:
-  NoisyDesktop(RoutingSession& session, Wait wait) : session_(session), wait_(wait) {
+  NoisyDesktop(RoutingSession& session, Wait wait, std::string player = "pw-play")
+      : session_(session), wait_(wait), tool_(std::move(player)) {
     constexpr std::size_t length = 100 * second;
     file_ = session.writeStereo("levels.wav", std::vector<float>(length, playedLeft),
                                 std::vector<float>(length, playedRight));
@@ -78,7 +80,7 @@ class NoisyDesktop {
   bool waitForWholeSound(std::chrono::milliseconds deadline = std::chrono::seconds(30)) {
     return wait_(
         [this] {
-          if (!player_ || !player_->running()) player_ = session_.play(file_);
+          if (!player_ || !player_->running()) player_ = session_.launchUrgently({tool_, file_.string()});
           return meter_.levels() == wholeSound;
         },
         deadline);
@@ -111,6 +113,7 @@ class NoisyDesktop {
   RoutingSession& session_;
   ControllerSession::Environment environment_{session_};
   Wait wait_;
+  const std::string tool_;
   LevelSource speaker_{"test-speaker", {{"mic", 0}, {"mic", 1}}, {spokenLeft, spokenRight}};
   LevelMeter meter_{"test-meter", listenedPorts()};
   std::filesystem::path file_;

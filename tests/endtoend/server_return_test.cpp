@@ -39,7 +39,8 @@ void restartAgainAndAgain(NoisyDesktop<Wait>& desktop, pid_t program, Wait wait)
     returns.push_back(milliseconds(taken.afterServer));
     if (isLongRun(restartsVariable)) {
       std::cout << "restart " << round + 1 << ": sound " << returns.back() << " ms after the server, "
-                << milliseconds(taken.afterKill) << " ms after its end" << std::endl;
+                << milliseconds(taken.afterKill) << " ms after its end; resident "
+                << ProcessSize::of(program).residentBytes / 1024 << " KiB" << std::endl;
     }
   }
   // A node has a few more or less with the neighbours that it happens to have.

@@ -7,6 +7,7 @@
 #include <ctime>
 #include <pipewire/mem.h>
 #include <pthread.h>
+#include <string_view>
 
 #include "model/fatal_error.h"
 #include "platform/pipewire/names.h"
@@ -26,6 +27,13 @@ timespec toTimespec(std::chrono::nanoseconds duration) {
 int nameDataThread(spa_loop* /*loop*/, bool /*async*/, std::uint32_t /*sequence*/, const void* /*data*/,
                    std::size_t /*size*/, void* /*userData*/) {
   return pthread_setname_np(pthread_self(), "brindlemux-data");
+}
+
+/// Whether an error of the core means that the library has given the connection up. It says so once, in these words and
+/// with what the system call said that failed: a server that dies while something of its is being read leaves a reset
+/// connection, not a broken pipe. All other errors answer a request.
+bool isEndOfConnection(int result, const char* message) {
+  return result == -EPIPE || (message != nullptr && std::string_view(message) == "connection error");
 }
 
 }  // namespace
@@ -112,10 +120,9 @@ void ServerConnection::onCoreDone(void* data, std::uint32_t id, int sequence) {
   pw_thread_loop_signal(self->loop_, false);
 }
 
-void ServerConnection::onCoreError(void* data, std::uint32_t id, int /*sequence*/, int result,
-                                   const char* /*message*/) {
+void ServerConnection::onCoreError(void* data, std::uint32_t id, int /*sequence*/, int result, const char* message) {
   auto* const self = static_cast<ServerConnection*>(data);
-  if (id == PW_ID_CORE && result == -EPIPE) self->loseServer();
+  if (id == PW_ID_CORE && isEndOfConnection(result, message)) self->loseServer();
 }
 
 /// The server numbers the blocks of memory that it shares, the library counts along. Under load, when nodes come and go
