@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Runs the program for a long time beside a desktop that never rests: scripts/endurance.sh [MINUTES [SEED]], 30 minutes
-# where nothing is said. Four devices are edited at random while outputs, applications, the session manager and the
-# server come and go; every half minute everything must be heard again. Ends with 0 when there was no error, no growth
-# and no sound that stays; what was measured is printed and kept in build/dev/endurance.txt.
+# where nothing is said. Four devices are edited at random while outputs, applications and the server come and go; every
+# half minute everything must be heard again. Ends with 0 when there was no error, no growth and no sound that stays;
+# what was measured is printed and kept in build/dev/endurance.txt.
 set -euo pipefail
 cd "$(dirname "$(realpath "$0")")/.."
 
