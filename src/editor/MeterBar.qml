@@ -14,6 +14,8 @@ Item {
     readonly property real value: Math.min(Math.max(level, 0), 1)
     readonly property real minimumValue: 0
     readonly property real maximumValue: 1
+    readonly property color leading: hot ? Theme.hot : Theme.accent
+    readonly property color trailing: hot ? Theme.hot : Theme.activity
     /// How much of the bar is filled: follows the value within a tenth of a second.
     property real filled: 0
 
@@ -34,24 +36,51 @@ Item {
         color: Theme.meterTrack
     }
 
-    Rectangle {
+    // The ends have one colour each: without a graphics processor nothing else is rounded smoothly.
+    Item {
+        id: fill
+
+        readonly property real end: Math.min(width, height)
+
         objectName: root.objectName + ".fill"
         width: root.width * root.filled
         height: root.height
         visible: width > 0
-        radius: height / 2
 
-        gradient: Gradient {
-            orientation: Gradient.Horizontal
+        Rectangle {
+            width: fill.end
+            height: fill.height
+            radius: fill.end / 2
+            color: root.leading
+        }
 
-            GradientStop {
-                position: 0
-                color: root.hot ? Theme.hot : Theme.accent
-            }
+        Rectangle {
+            x: fill.width - width
+            width: fill.end
+            height: fill.height
+            radius: fill.end / 2
+            visible: fill.width > fill.height
+            color: root.trailing
+        }
 
-            GradientStop {
-                position: 1
-                color: root.hot ? Theme.hot : Theme.activity
+        Rectangle {
+            x: fill.height / 2
+            width: fill.width - fill.height
+            height: fill.height
+            visible: fill.width > fill.height
+
+            gradient: Gradient {
+                orientation: Gradient.Horizontal
+
+                GradientStop {
+                    position: 0
+                    color: root.leading
+                }
+
+                GradientStop {
+                    position: 1
+                    color: root.trailing
+                }
             }
         }
     }

@@ -10,8 +10,6 @@ Item {
     property alias header: headerSlot.data
     default property alias content: contentColumn.data
 
-    readonly property int radius: 12
-
     implicitHeight: contentColumn.y + contentColumn.implicitHeight + 14
 
     // Offset by 3 downward; the picture reaches 14 beyond the card.
@@ -27,29 +25,8 @@ Item {
         border.bottom: 26
     }
 
-    // The border lies on the panel, so its colours are the panel's with some of the border's.
-    Rectangle {
+    CardFrame {
         anchors.fill: parent
-        radius: root.radius
-
-        gradient: Gradient {
-            GradientStop {
-                position: 0
-                color: Qt.tint(Theme.panel, Qt.rgba(Theme.border.r, Theme.border.g, Theme.border.b, 0.9))
-            }
-
-            GradientStop {
-                position: 1
-                color: Qt.tint(Theme.panel, Qt.rgba(Theme.border.r, Theme.border.g, Theme.border.b, 0.45))
-            }
-        }
-    }
-
-    Rectangle {
-        anchors.fill: parent
-        anchors.margins: 1
-        radius: root.radius - 1
-        color: Theme.panel
     }
 
     Item {

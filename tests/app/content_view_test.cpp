@@ -1,8 +1,10 @@
 #include <QAccessible>
+#include <QFont>
 #include <algorithm>
 #include <gtest/gtest.h>
 
 #include "app/open_window.h"
+#include "app/shown.h"
 
 namespace brindlemux {
 namespace {
@@ -10,6 +12,7 @@ namespace {
 using test::device;
 using test::eventually;
 using test::OpenWindow;
+using test::shownSymbols;
 
 TEST(ContentView, laysOutSidebarDividerAndDetail) {
   const OpenWindow open({device("A")});
@@ -27,6 +30,13 @@ TEST(ContentView, saysThatTheDriverIsMissing) {
   EXPECT_EQ(open.text("driverMissing.title"), "Driver Not Installed");
   EXPECT_EQ(open.text("driverMissing.command"), "./scripts/build-driver.sh && sudo ./scripts/install-driver.sh");
   EXPECT_EQ(open.text("driverMissing.checkAgain"), "Check Again");
+  EXPECT_EQ(shownSymbols(*open.item("driverMissing")), std::vector<std::string>{"exclamationmark.triangle.fill"});
+  const auto font = [&](const char* name) { return open.item(name)->property("font").value<QFont>(); };
+  EXPECT_EQ(font("driverMissing.title").weight(), QFont::Bold);
+  EXPECT_EQ(font("driverMissing.title").pixelSize(), 15);
+  EXPECT_EQ(font("driverMissing.command").family(), "monospace");
+  EXPECT_EQ(font("driverMissing.command").pixelSize(), 12);
+  EXPECT_TRUE(open.item("driverMissing.checkAgain")->property("prominent").toBool());
   EXPECT_FALSE(open.shows("emptyState"));
   open.hardware.installDriver({device("A")});
   open.click("driverMissing.checkAgain");
@@ -55,6 +65,7 @@ TEST(ContentView, emptyStateMakesADevice) {
   ASSERT_TRUE(open.shows("emptyState"));
   EXPECT_EQ(open.text("emptyState.text"), "Select or create a virtual device");
   EXPECT_EQ(open.text("emptyState.create"), "New Virtual Device");
+  EXPECT_EQ(shownSymbols(*open.item("emptyState")), std::vector<std::string>{"waveform.circle"});
   open.click("emptyState.create");
   ASSERT_EQ(open.state->virtualDevices().size(), 1U);
   EXPECT_EQ(open.state->virtualDevices().front().name, "Brindlemux Device 1");

@@ -2,6 +2,7 @@
 
 #include "app/open_window.h"
 #include "app/shell/device_settings.h"
+#include "app/shown.h"
 
 namespace brindlemux {
 namespace {
@@ -56,6 +57,16 @@ TEST(SettingsView, showsARowForEveryMode) {
             "Applies to this device only. Lower = faster audio, but weaker Macs may glitch. Changing this briefly "
             "restarts this device's audio engine.");
   EXPECT_FALSE(open.shows("settings.granted"));
+}
+
+TEST(SettingsView, hasTheWordsAndSymbolsOfItsHeader) {
+  const OpenSettings open;
+  const QQuickItem* sheet = open.item("settings.note")->parentItem();
+  EXPECT_THAT(test::shownTexts(*sheet), testing::IsSupersetOf({"A", "Settings", "AUDIO LATENCY"}));
+  EXPECT_THAT(test::shownSymbols(*sheet),
+              testing::ElementsAre("slider.horizontal.3", "xmark.circle.fill", "circle", "circle",
+                                   "largecircle.fill.circle", "circle", "info.circle"));
+  EXPECT_EQ(open.item("settings.close")->property("help").toString(), "Close");
 }
 
 TEST(SettingsView, marksTheModeOfTheGraph) {

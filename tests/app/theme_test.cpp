@@ -39,8 +39,8 @@ INSTANTIATE_TEST_SUITE_P(Theme, Palette,
                                          Entry{"base", 0.11, 0.12, 0.14}, Entry{"baseDeep", 0.085, 0.093, 0.11},
                                          Entry{"panel", 0.135, 0.146, 0.168}, Entry{"surface", 0.165, 0.178, 0.205},
                                          Entry{"headerBand", 0.205, 0.22, 0.255}, Entry{"border", 0.27, 0.29, 0.335},
-                                         Entry{"textSecondary", 0.64, 0.665, 0.715},
-                                         Entry{"meterTrack", 1, 1, 1, 0.08}),
+                                         Entry{"textSecondary", 0.64, 0.665, 0.715}, Entry{"meterTrack", 1, 1, 1, 0.08},
+                                         Entry{"selection", 1.0, 0.624, 0.039}),
                          [](const auto& test) { return std::string(test.param.name); });
 
 }  // namespace

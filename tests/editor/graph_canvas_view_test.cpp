@@ -72,7 +72,7 @@ TEST(GraphCanvasView, wiresInTheOtherDirectionsTooAndTakesWiresAway) {
 TEST(GraphCanvasView, savesWhatWasWired) {
   CanvasWindow open(plain());
   open.drag(open.place(sourcePort), open.place(PortID::outputIn(1)));
-  EXPECT_EQ(open.graphStore.load().at(open.uid).wires, open.graph().wires);
+  EXPECT_EQ(open.savedGraphs().at(open.uid).wires, open.graph().wires);
 }
 
 TEST(GraphCanvasView, snapsWithin30PointsOnly) {

@@ -97,6 +97,13 @@ hears "radio button" "Balanced (256)"
 says "radio button" "Balanced (256)" checked
 press Down space
 says "radio button" "Safe (512)" checked
+# The server may grant another block size; then the sheet says which.
+granted="In effect: 1024 frames. The audio server grants another block size than the one chosen."
+force_block() { pw-metadata -n settings 0 clock.force-quantum "$1" </dev/null >/dev/null; }
+force_block 1024 || fail "the server's settings cannot be written"
+says label "$granted"
+force_block 0 || fail "the server's settings cannot be written"
+says_no_more label "$granted"
 press Escape
 says_no_more dialog "Brindlemux Device 1, Settings"
 hears "push button" "Device settings"
