@@ -100,15 +100,8 @@ class ToolBuild : public Build {
     loopbacks_.push_back(server_.launch(std::move(command)));
   }
 
-  /// Links both channels; the ports may take a moment to appear.
   void link(const std::string& output, const std::string& input) {
-    for (const std::string side : {"FL", "FR"}) {
-      const bool isLinked = test::waitUntil([&] {
-        return server_.run({"pw-link", output + side, input + side}).status == 0;
-      });
-      if (!isLinked) throw std::runtime_error("cannot link " + output + side + " to " + input + side);
-      ++links_;
-    }
+    for (const char* const side : {"FL", "FR"}) linkPorts(output + side, input + side);
   }
   void countLinks(std::size_t more) { links_ += more; }
 
@@ -116,6 +109,13 @@ class ToolBuild : public Build {
   const std::string latency_;
 
  private:
+  /// The ports may take a moment to appear.
+  void linkPorts(const std::string& output, const std::string& input) {
+    const bool isLinked = test::waitUntil([&] { return server_.run({"pw-link", output, input}).status == 0; });
+    if (!isLinked) throw std::runtime_error("cannot link " + output + " to " + input);
+    ++links_;
+  }
+
   std::vector<std::unique_ptr<test::ChildProcess>> loopbacks_;
   std::size_t links_ = 0;
 };

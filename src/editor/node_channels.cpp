@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "platform/standard_float_format.h"
+
 namespace brindlemux {
 namespace {
 
