@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <regex>
 #include <string>
+#include <sys/resource.h>
 
 #include "endtoend/routing_session.h"
 #include "support/wait_until.h"
@@ -29,6 +30,22 @@ TEST(ProgramReport, tellsOnASignalHowTheRoutesAreDoing) {
     session.program().signal(SIGUSR1);
     return std::regex_search(session.program().error(), line);
   })) << session.report();
+}
+
+TEST(ProgramLimits, asManyFilesAsTheSystemAllowsMayBeOpen) {
+  RoutingSession session(2, "{}", RoutingSession::Program::absent);
+  rlimit own{};
+  ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &own), 0);
+  ASSERT_GT(own.rlim_max, 1000U);
+  // What the program is started with; the limit that nobody can raise is this process's too.
+  const rlimit few{.rlim_cur = 1000, .rlim_max = own.rlim_max};
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);
+  const auto program = session.startAgain();
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &own), 0);
+  rlimit raised{};
+  EXPECT_TRUE(waitUntil([&] {
+    return prlimit(program->pid(), RLIMIT_NOFILE, nullptr, &raised) == 0 && raised.rlim_cur == own.rlim_max;
+  })) << raised.rlim_cur;
 }
 
 }  // namespace

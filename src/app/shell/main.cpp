@@ -3,6 +3,7 @@
 #include <QIcon>
 #include <cstdlib>
 #include <string>
+#include <sys/resource.h>
 #include <sysexits.h>
 
 #include "app/controller/app_state.h"
@@ -21,12 +22,27 @@
 #include "platform/discovery.h"
 #include "platform/pipewire/pipewire_audio_hardware.h"
 
+namespace {
+
+/// Lets the program have as many files open as the system allows it. The audio server hands over descriptors with what
+/// it says of a node, and the library loses those that arrive for a node that has gone meanwhile: one in six edits
+/// where the machine has far more to do than it can. At the usual limit of 1024 every later node would stay silent.
+void allowManyFiles() {
+  rlimit limit{};
+  if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
+  limit.rlim_cur = limit.rlim_max;
+  setrlimit(RLIMIT_NOFILE, &limit);
+}
+
+}  // namespace
+
 int main(int argc, char* argv[]) {
   using namespace brindlemux;
 
   // First of all, before anything can start a thread.
   ProcessSignals terminations({SIGTERM, SIGINT});
   ProcessSignals reports({SIGUSR1});
+  allowManyFiles();
 
   QCoreApplication::setOrganizationName(QStringLiteral("Brindlemux"));
   QCoreApplication::setApplicationName(QStringLiteral("Brindlemux"));
