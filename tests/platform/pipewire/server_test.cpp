@@ -129,20 +129,24 @@ TEST_F(PipeWireServer, aCrowdOfStreamsIsTappedUpToWhatAPortTakes) {
     if (!node) return std::ptrdiff_t{-1};
     return std::ranges::count_if(dump.links(), [&](const auto& link) { return link.inputNode == node->id; });
   };
+  // Hundreds of links, one after the other.
+  const auto become = [&](std::ptrdiff_t links) {
+    return waitUntil([&] { return tapLinks() == links; }, std::chrono::seconds(25));
+  };
   constexpr auto most = static_cast<std::ptrdiff_t>(mostLinksPerInput);
   // More than the library mixes into one port, left and right.
   PlaybackStreams streams(140);
-  EXPECT_TRUE(waitUntil([&] { return tapLinks() == 2 * most; })) << tapLinks();
+  EXPECT_TRUE(become(2 * most)) << tapLinks();
   // 70 and 100 more, of which those that were left out find room.
   streams.keepFirst(70);
-  EXPECT_TRUE(waitUntil([&] { return tapLinks() == 2 * 70; })) << tapLinks();
+  EXPECT_TRUE(become(2 * 70)) << tapLinks();
   {
     const PlaybackStreams others(100);
-    EXPECT_TRUE(waitUntil([&] { return tapLinks() == 2 * most; })) << tapLinks();
+    EXPECT_TRUE(become(2 * most)) << tapLinks();
     streams.keepFirst(10);
-    EXPECT_TRUE(waitUntil([&] { return tapLinks() == 2 * 110; })) << tapLinks();
+    EXPECT_TRUE(become(2 * 110)) << tapLinks();
   }
-  EXPECT_TRUE(waitUntil([&] { return tapLinks() == 2 * 10; })) << tapLinks();
+  EXPECT_TRUE(become(2 * 10)) << tapLinks();
   EXPECT_EQ(hardware_->destroyIOProc(tap.aggregate, tap.procedure), noErr);
 }
 
