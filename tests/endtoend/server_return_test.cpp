@@ -69,7 +69,14 @@ TEST(ServerReturn, bringsEverySoundBackToTheProgram) {
 TEST(ServerReturn, doesNotHoldTheEventLoop) {
   RoutingSession session(noisyChannels, noisyGraph, RoutingSession::Program::absent);
   ControllerSession program(session);
-  const auto wait = [](auto condition, std::chrono::milliseconds deadline) { return eventually(condition, deadline); };
+  const auto wait = [&program](auto condition, std::chrono::milliseconds deadline) {
+    if (eventually(condition, deadline)) return true;
+    std::cout << "the program knows " << program.state.audioDevices().size() << " devices, "
+              << program.state.virtualDevices().size() << " of them the driver's, which is "
+              << (program.state.driverInstalled() ? "there" : "not there") << "; "
+              << program.state.errorMessage().value_or("no error") << std::endl;
+    return false;
+  };
   NoisyDesktop desktop(session, wait);
   EventLoopWatch watch;
   restartAgainAndAgain(desktop, getpid(), wait);

@@ -105,7 +105,11 @@ const ServerMetadata* ServerState::driverMetadata() const { return mirror_.metad
 
 AudioObjectID ServerState::driverID() {
   const ServerMetadata* const driver = driverMetadata();
-  return driver == nullptr ? kAudioObjectUnknown : ids_.of("driver", mirror_.session(), driver->serial);
+  // Its list comes a moment after the object. Who found a driver without one would take it for a driver without
+  // devices, and not look again.
+  return driver == nullptr || !driver->values.contains(driverPropertyKey)
+             ? kAudioObjectUnknown
+             : ids_.of("driver", mirror_.session(), driver->serial);
 }
 
 double ServerState::graphRateHz() const {

@@ -56,6 +56,7 @@ class ServerState final : public RunningApplications, private ServerConnection::
   std::vector<const ServerNode*> playbackNodes(Selection selection, const std::vector<AudioObjectID>& processes);
 
   const ServerMetadata* driverMetadata() const;
+  /// Unknown until the driver has shown its list.
   AudioObjectID driverID();
 
   /// The rate in Hz that a node of the program's sees, or would see.

@@ -6,14 +6,18 @@
 #include <gtest/gtest.h>
 #include <map>
 #include <memory>
+#include <optional>
+#include <pipewire/impl.h>
 #include <string>
 #include <thread>
 
+#include "model/driver_payload.h"
 #include "platform/discovery.h"
 #include "platform/driver_config.h"
 #include "platform/pipewire/pipewire_audio_hardware.h"
 #include "platform/pipewire/playback_streams.h"
 #include "platform/pipewire/port_linker.h"
+#include "platform/pipewire/server_connection.h"
 #include "platform/pipewire/server_fixture.h"
 #include "support/private_server.h"
 #include "support/server_dump.h"
@@ -121,6 +125,58 @@ TEST_F(PipeWireServerWithDriver, theIDOfADeviceThatChangedItsChannelsStandsForIt
 
 #endif
 
+/// A driver that takes its time between its coming and its list.
+class SlowDriver final : private ServerConnection::Delegate {
+ public:
+  SlowDriver() { connection_.start(); }
+  ~SlowDriver() override { connection_.stop(); }
+  SlowDriver(const SlowDriver&) = delete;
+  SlowDriver& operator=(const SlowDriver&) = delete;
+
+  void showList() {
+    const ServerConnection::Lock guard(connection_);
+    pw_impl_metadata_set_property(metadata_, PW_ID_CORE, driverPropertyKey.data(), "Spa:String:JSON",
+                                  R"({"devices":[]})");
+  }
+
+ private:
+  void serverConnected(pw_core* core) override {
+    pw_context* const context = pw_core_get_context(core);
+    pw_context_load_module(context, "libpipewire-module-metadata", nullptr, nullptr);
+    metadata_ = pw_context_create_metadata(context, driverBundleID.data(), nullptr, 0);
+    const std::string name(driverBundleID);
+    const spa_dict_item item = {PW_KEY_METADATA_NAME, name.c_str()};
+    const spa_dict properties = {.flags = 0, .n_items = 1, .items = &item};
+    proxy_ = pw_core_export(core, PW_TYPE_INTERFACE_Metadata, &properties,
+                            pw_impl_metadata_get_implementation(metadata_), 0);
+  }
+  void serverDisconnected() override {
+    pw_proxy_destroy(proxy_);
+    pw_impl_metadata_destroy(metadata_);
+  }
+  void serverUpdated() override {}
+
+  pw_impl_metadata* metadata_ = nullptr;
+  pw_proxy* proxy_ = nullptr;
+  ServerConnection connection_{*this};
+};
+
+TEST_F(PipeWireServer, aDriverIsThereOnceItHasShownItsList) {
+  SlowDriver driver;
+  const auto isShown = [this] {
+    return server_.run({"pw-cli", "ls", "Metadata"}).output.find(driverBundleID) != std::string::npos;
+  };
+  ASSERT_TRUE(waitUntil(isShown)) << server_.logs();
+  // Whatever the server has told everybody by now has reached the program when the next device has.
+  ASSERT_EQ(server_.run({"pactl", "load-module", "module-null-sink", "sink_name=later"}).status, 0);
+  ASSERT_TRUE(waitUntil([&] { return device("later") != kAudioObjectUnknown; })) << server_.logs();
+  const DriverConfig config(*hardware_);
+  EXPECT_EQ(config.pluginObjectID(), std::nullopt);
+  driver.showList();
+  EXPECT_TRUE(waitUntil([&] { return config.pluginObjectID().has_value(); })) << server_.logs();
+  EXPECT_TRUE(config.readDevices().has_value());
+}
+
 TEST_F(PipeWireServer, aCrowdOfStreamsIsTappedUpToWhatAPortTakes) {
   const RunningTap tap = startTap(*hardware_);
   const auto tapLinks = [this] {
@@ -129,20 +185,24 @@ TEST_F(PipeWireServer, aCrowdOfStreamsIsTappedUpToWhatAPortTakes) {
     if (!node) return std::ptrdiff_t{-1};
     return std::ranges::count_if(dump.links(), [&](const auto& link) { return link.inputNode == node->id; });
   };
+  // Hundreds of links, one after the other.
+  const auto become = [&](std::ptrdiff_t links) {
+    return waitUntil([&] { return tapLinks() == links; }, std::chrono::seconds(25));
+  };
   constexpr auto most = static_cast<std::ptrdiff_t>(mostLinksPerInput);
   // More than the library mixes into one port, left and right.
   PlaybackStreams streams(140);
-  EXPECT_TRUE(waitUntil([&] { return tapLinks() == 2 * most; })) << tapLinks();
+  EXPECT_TRUE(become(2 * most)) << tapLinks();
   // 70 and 100 more, of which those that were left out find room.
   streams.keepFirst(70);
-  EXPECT_TRUE(waitUntil([&] { return tapLinks() == 2 * 70; })) << tapLinks();
+  EXPECT_TRUE(become(2 * 70)) << tapLinks();
   {
     const PlaybackStreams others(100);
-    EXPECT_TRUE(waitUntil([&] { return tapLinks() == 2 * most; })) << tapLinks();
+    EXPECT_TRUE(become(2 * most)) << tapLinks();
     streams.keepFirst(10);
-    EXPECT_TRUE(waitUntil([&] { return tapLinks() == 2 * 110; })) << tapLinks();
+    EXPECT_TRUE(become(2 * 110)) << tapLinks();
   }
-  EXPECT_TRUE(waitUntil([&] { return tapLinks() == 2 * 10; })) << tapLinks();
+  EXPECT_TRUE(become(2 * 10)) << tapLinks();
   EXPECT_EQ(hardware_->destroyIOProc(tap.aggregate, tap.procedure), noErr);
 }
 
