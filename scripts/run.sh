@@ -90,7 +90,7 @@ work=$(mktemp -d "${TMPDIR:-/tmp}/brindlemux.XXXXXX") || exit 1
 picture=
 
 start_display() {
-  setsid Xvfb -displayfd 3 -screen 0 1440x900x24 -nolisten tcp 3>"$work/display" </dev/null >"$work/display.log" 2>&1 &
+  setsid Xvfb -displayfd 3 -screen 0 1440x900x24 -nolisten tcp -noreset 3>"$work/display" </dev/null >"$work/display.log" 2>&1 &
   started+=("$!")
   await "the display" $! test -s "$work/display"
   DISPLAY=:$(cat "$work/display")

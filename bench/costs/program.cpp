@@ -25,7 +25,8 @@ std::string deviceList(const DeviceGraphs& graphs, int channels) {
 
 }  // namespace
 
-Display::Display() : server_({{"Xvfb", "-displayfd", "1", "-screen", "0", "2560x1440x24", "-nolisten", "tcp"}}) {
+Display::Display()
+    : server_({{"Xvfb", "-displayfd", "1", "-screen", "0", "2560x1440x24", "-nolisten", "tcp", "-noreset"}}) {
   test::waitUntil([this] { return server_.output().ends_with("\n") || !server_.running(); });
   if (!server_.output().ends_with("\n")) throw std::runtime_error("no display: " + server_.error());
 }

@@ -53,19 +53,20 @@ Rectangle {
         id: symbol
 
         anchors.left: parent.left
-        anchors.leftMargin: 10
+        anchors.leftMargin: 8
         anchors.verticalCenter: parent.verticalCenter
         name: "waveform.circle.fill"
-        size: 26
+        size: 24
         color: device.enabled ? Theme.accent : Theme.textSecondary
         opacity: root.selected ? 1 : 0.75
     }
 
+    // Wide enough for the names that new devices have: they differ only in the number at their end.
     Column {
         anchors.left: symbol.right
         anchors.right: enabledSwitch.left
-        anchors.leftMargin: 10
-        anchors.rightMargin: 8
+        anchors.leftMargin: 8
+        anchors.rightMargin: 6
         anchors.verticalCenter: parent.verticalCenter
         spacing: 2
 
@@ -93,8 +94,10 @@ Rectangle {
 
         objectName: root.objectName + ".enabled"
         anchors.right: parent.right
-        anchors.rightMargin: 10
+        anchors.rightMargin: 8
         anchors.verticalCenter: parent.verticalCenter
+        implicitWidth: 28
+        implicitHeight: 17
         on: device.enabled
         help: device.enabled ? "Disable device" : "Enable device"
         onSwitched: on => device.setEnabled(on)

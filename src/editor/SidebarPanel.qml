@@ -87,9 +87,16 @@ Rectangle {
             appState: root.appState
             onChosen: root.appState.selectedDeviceUID = uid
             onSelectedChanged: if (selected) list.currentIndex = index
-            // Later, since a list that is told its current row while rows come and go loses count of them.
-            onIndexChanged: Qt.callLater(list.followSelection)
-            Component.onCompleted: Qt.callLater(list.followSelection)
+            onIndexChanged: later.restart()
+            Component.onCompleted: later.restart()
+        }
+
+        // A list that is told its current row while rows come and go loses count of them.
+        Timer {
+            id: later
+
+            interval: 0
+            onTriggered: list.followSelection()
         }
 
         Keys.onUpPressed: select(currentIndex - 1)

@@ -60,6 +60,15 @@ TEST(SidebarPanel, createsADeviceAndShowsIt) {
   EXPECT_FALSE(open.shows("sidebar.empty"));
 }
 
+TEST(SidebarPanel, namesOfNewDevicesAreShownToTheirEnd) {
+  VirtualDeviceConfig named = device("A");
+  named.name = "Brindlemux Device 10";
+  const EditorWindow open({named});
+  open.settle();
+  EXPECT_EQ(open.text(rowA + ".name"), "Brindlemux Device 10");
+  EXPECT_FALSE(open.property(rowA + ".name", "truncated").toBool());
+}
+
 TEST(SidebarPanel, asksBeforeItDeletes) {
   EditorWindow open;
   EXPECT_EQ(open.property("sidebar.delete", "help"), "Delete selected device");

@@ -35,7 +35,8 @@ class PrivateDisplay {
   void kill() { server_.stop(SIGKILL); }
 
  private:
-  ChildProcess server_{{{"Xvfb", "-displayfd", "1", "-screen", "0", "1440x900x24", "-nolisten", "tcp"}}};
+  // Without a reset, for which it would turn away who connects when the last one has just left.
+  ChildProcess server_{{{"Xvfb", "-displayfd", "1", "-screen", "0", "1440x900x24", "-nolisten", "tcp", "-noreset"}}};
 };
 
 /// The real program on a real, private audio server with one device, on a display and a bus of its own.

@@ -41,7 +41,8 @@ until_true() {
 }
 
 start_display() {
-  Xvfb -displayfd 3 -screen 0 "${width}x${height}x24" -nolisten tcp 3>"$work/display" >/dev/null 2>"$work/display.err" &
+  # Without a reset, for which it would turn away who connects when the last one has just left.
+  Xvfb -displayfd 3 -screen 0 "${width}x${height}x24" -nolisten tcp -noreset 3>"$work/display" >/dev/null 2>"$work/display.err" &
   started+=("$!")
   until_true "no display" test -s "$work/display"
   DISPLAY=:$(cat "$work/display")
