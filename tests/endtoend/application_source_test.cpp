@@ -67,9 +67,9 @@ TEST_P(ApplicationSource, tonesReachTheWiredChannelsAtTheirLevels) {
   // Nothing of one side is on the other.
   const double left = 0.5 * 0.2;
   const double right = 0.25 * 0.1;
-  EXPECT_EQ(differencesAtLast(device, {{2, 1000, left}, {3, 1500, right}, {2, 1500, 0}, {3, 1000, 0}}), "");
-  EXPECT_EQ(differencesAtLast(monitor, {{0, 1000, left * 0.5}, {1, 1500, right * 0.5}}), "");
-  EXPECT_EQ(differencesAtLast(own, {{0, 1000, 0.5}, {1, 1500, 0.25}}), "");
+  EXPECT_EQ(differencesInNext(device, {{2, 1000, left}, {3, 1500, right}, {2, 1500, 0}, {3, 1000, 0}}), "");
+  EXPECT_EQ(differencesInNext(monitor, {{0, 1000, left * 0.5}, {1, 1500, right * 0.5}}), "");
+  EXPECT_EQ(differencesInNext(own, {{0, 1000, 0.5}, {1, 1500, 0.25}}), "");
   const auto heard = device.all();
   EXPECT_TRUE(isSilent(heard[0]));
   EXPECT_TRUE(isSilent(heard[1]));
@@ -111,7 +111,7 @@ TEST_P(ReturningPlayer, isRoutedAgainByItself) {
     const std::chrono::duration<double> delay = std::chrono::steady_clock::now() - playing;
     EXPECT_LE(delay.count(), 2.5);
     RecordProperty("secondsUntilRouted" + std::to_string(round), std::to_string(delay.count()));
-    EXPECT_EQ(differencesAtLast(device, {{2, 1000, 0.5 * 0.2}, {3, 1500, 0.25 * 0.1}}), "");
+    EXPECT_EQ(differencesInNext(device, {{2, 1000, 0.5 * 0.2}, {3, 1500, 0.25 * 0.1}}), "");
     player->stop(SIGTERM);
     ASSERT_TRUE(waitUntil([&] { return !isSounding(device, 2); })) << session.report();
   }

@@ -46,7 +46,7 @@ TEST(InputDeviceSource, whatAnInputDeliversReachesDeviceAndMonitor) {
   const Recorder monitor(session, Recorder::Interface::pulse, Recorder::Of::output, "headphones", 2);
   ASSERT_TRUE(device.waitForFrames(second) && monitor.waitForFrames(second)) << session.report();
   for (const Recorder* recorder : {&device, &monitor}) {
-    EXPECT_EQ(differencesAtLast(*recorder, {{0, 1500, 0.25 * 0.5}, {1, 1000, 0.5 * 0.5}}), "");
+    EXPECT_EQ(differencesInNext(*recorder, {{0, 1500, 0.25 * 0.5}, {1, 1000, 0.5 * 0.5}}), "");
   }
 }
 
@@ -67,11 +67,11 @@ TEST(SystemAudioSource, everyPlayerIsHeardAndTheProgramItselfIsNot) {
                         std::string(RoutingSession::deviceUID) + ".source", 2);
   const Recorder output(session, Recorder::Interface::pulse, Recorder::Of::output, "speakers", 2);
   ASSERT_TRUE(device.waitForFrames(second) && output.waitForFrames(second)) << session.report();
-  EXPECT_EQ(differencesAtLast(
+  EXPECT_EQ(differencesInNext(
                 device, {{1, 1000, 0.25 * 0.5}, {0, 1500, 0.125 * 0.5}, {1, 3000, 0.25 * 0.5}, {0, 4000, 0.125 * 0.5}}),
             "");
   // The output has each player on its own side, and the device's crossed half of it on the other.
-  EXPECT_EQ(differencesAtLast(output, {{0, 1000, 0.25}, {1, 1000, 0.25 * 0.5}}), "");
+  EXPECT_EQ(differencesInNext(output, {{0, 1000, 0.25}, {1, 1000, 0.25 * 0.5}}), "");
 }
 
 }  // namespace
