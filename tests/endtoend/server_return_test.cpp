@@ -10,7 +10,7 @@
 #include "endtoend/controller_session.h"
 #include "endtoend/event_loop_watch.h"
 #include "endtoend/noisy_desktop.h"
-#include "endtoend/process_size.h"
+#include "support/process_size.h"
 #include "endtoend/routing_session.h"
 #include "support/repetitions.h"
 #include "support/wait_until.h"

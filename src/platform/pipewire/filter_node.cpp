@@ -2,11 +2,16 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <pipewire/extensions/client-node.h>
+#include <string_view>
 
 #include "platform/pipewire/names.h"
 
 namespace brindlemux {
 namespace {
+
+/// Where the search for one of the library's proxies ends. They are numbered from 0 up, in the gaps first.
+constexpr std::uint32_t mostProxies = 1U << 16U;
 
 /// The block that a node asks the server for, as a property of it.
 std::string latencyText(std::uint32_t frames, std::uint32_t rateHz) {
@@ -17,7 +22,9 @@ std::string latencyText(std::uint32_t frames, std::uint32_t rateHz) {
 
 FilterNode::FilterNode(pw_core* core, const FilterShape& shape, FilterProcess& process, CycleCounter& counter,
                        std::function<void()> changed)
-    : process_(process),
+    : core_(core),
+      dataLoop_(pw_context_get_data_loop(pw_core_get_context(core))),
+      process_(&process),
       changed_(std::move(changed)),
       inputs_(shape.inputPorts),
       outputs_(shape.outputPorts),
@@ -56,6 +63,26 @@ FilterNode::~FilterNode() {
   if (filter_ != nullptr) pw_filter_destroy(filter_);
 }
 
+void FilterNode::retire() {
+  const auto leaveProcess = [](spa_loop* /*loop*/, bool /*async*/, std::uint32_t /*sequence*/, const void* /*data*/,
+                               std::size_t /*size*/, void* self) {
+    static_cast<FilterNode*>(self)->process_ = nullptr;
+    return 0;
+  };
+  pw_data_loop_invoke(dataLoop_, leaveProcess, 0, nullptr, 0, true, this);
+}
+
+void FilterNode::deactivate() {
+  // The filter has no working call for this, and does not show the proxy that has.
+  for (std::uint32_t id = 0; id < mostProxies; ++id) {
+    pw_proxy* const proxy = pw_core_find_proxy(core_, id);
+    if (proxy == nullptr || pw_proxy_get_bound_id(proxy) != globalID()) continue;
+    if (std::string_view(pw_proxy_get_type(proxy, nullptr)) != PW_TYPE_INTERFACE_ClientNode) continue;
+    pw_client_node_set_active(reinterpret_cast<pw_client_node*>(proxy), false);
+    return;
+  }
+}
+
 void FilterNode::askForLatency(std::uint32_t frames, std::uint32_t rateHz) {
   if (filter_ == nullptr) return;
   const std::string text = latencyText(frames, rateHz);
@@ -85,8 +112,11 @@ void FilterNode::onState(void* data, pw_filter_state /*old*/, pw_filter_state st
   auto* const self = static_cast<FilterNode*>(data);
   const bool isThere = state == PW_FILTER_STATE_PAUSED || state == PW_FILTER_STATE_STREAMING;
   self->wasThere_ = self->wasThere_ || isThere;
-  // One that the server has never made is refused, and would be again.
-  if (self->wasThere_ && state <= PW_FILTER_STATE_UNCONNECTED) self->isLost_ = true;
+  if (state <= PW_FILTER_STATE_UNCONNECTED) {
+    // One that the server has never made would be refused again.
+    self->isLost_ = self->wasThere_;
+    self->isRefused_ = !self->wasThere_;
+  }
   self->changed_();
 }
 
@@ -122,15 +152,15 @@ void FilterNode::onProcess(void* data, spa_io_position* position) {
     self->outputs_[i] = static_cast<float*>(pw_filter_get_dsp_buffer(self->outputPorts_[i], frames));
   }
   const NodeCycles::Step step = self->cycles_.next(self->counter_.number(position->clock));
-  if (step.isRepeated) {
-    // Its sound has been taken and given already.
+  if (step.isRepeated || self->process_ == nullptr) {
+    // Its sound has been taken and given already, or there is none any more.
     for (float* const output : self->outputs_) {
       if (output != nullptr) std::fill_n(output, frames, 0.0F);
     }
     return;
   }
-  if (step.missedCycles > 0) self->process_.missed(step.missedCycles * frames);
-  self->process_.process(self->inputs_, self->outputs_, frames);
+  if (step.missedCycles > 0) self->process_->missed(step.missedCycles * frames);
+  self->process_->process(self->inputs_, self->outputs_, frames);
 }
 
 }  // namespace brindlemux

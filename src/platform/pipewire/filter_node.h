@@ -57,6 +57,13 @@ class FilterNode {
   FilterNode(const FilterNode&) = delete;
   FilterNode& operator=(const FilterNode&) = delete;
 
+  /// Takes the node away from its process: no call of it runs once this returns. The node itself goes on, silent, until
+  /// it is destroyed.
+  void retire();
+
+  /// Takes a node that the server has made out of its cycles.
+  void deactivate();
+
   /// Whether the server was asked for the node.
   bool isValid() const noexcept { return filter_ != nullptr; }
 
@@ -65,6 +72,9 @@ class FilterNode {
 
   /// Whether the server has taken away the node, which it had made: any client may ask for that.
   bool isLost() const noexcept { return isLost_; }
+
+  /// Whether the server has answered: it has made the node, or refused it.
+  bool isAnswered() const { return globalID() != SPA_ID_INVALID || isRefused_; }
 
   /// The node's global ID, or SPA_ID_INVALID before the server has told it.
   std::uint32_t globalID() const;
@@ -80,7 +90,10 @@ class FilterNode {
   void addPorts(pw_direction direction, std::uint32_t count, std::vector<void*>& ports);
   float* inputSamples(std::size_t port, std::uint32_t frames) noexcept;
 
-  FilterProcess& process_;
+  pw_core* core_;
+  pw_data_loop* dataLoop_;
+  /// Null once the node is retired. Threads: written before the first cycle, and then on the data thread.
+  FilterProcess* process_;
   std::function<void()> changed_;
   pw_filter* filter_ = nullptr;
   spa_hook listener_{};
@@ -92,6 +105,7 @@ class FilterNode {
   std::vector<std::vector<float>> completed_;
   bool wasThere_ = false;
   bool isLost_ = false;
+  bool isRefused_ = false;
   CycleCounter& counter_;
   NodeCycles cycles_;
   std::atomic<std::uint32_t> cycleRateHz_{0};

@@ -17,20 +17,44 @@ bool RouteTable::start(std::uint64_t key, RouteLife life, FilterShape shape, std
   return true;
 }
 
+RouteTable::~RouteTable() { disconnect(); }
+
 void RouteTable::stop(std::uint64_t key) {
-  if (routes_.erase(key) > 0) changed_();
+  const auto found = routes_.find(key);
+  if (found == routes_.end()) return;
+  if (found->second.node) {
+    found->second.node->retire();
+    retired_.emplace_back().node = std::move(found->second.node);
+  }
+  routes_.erase(found);
+  changed_();
 }
 
 void RouteTable::connect(pw_core* core) {
+  static constexpr pw_core_events events = {
+      .version = PW_VERSION_CORE_EVENTS,
+      .info = nullptr,
+      .done = onCoreDone,
+      .ping = nullptr,
+      .error = nullptr,
+      .remove_id = nullptr,
+      .bound_id = nullptr,
+      .add_mem = nullptr,
+      .remove_mem = nullptr,
+  };
   core_ = core;
+  pw_core_add_listener(core_, &coreListener_, &events, this);
   for (auto& [key, route] : routes_) {
     if (route.life == RouteLife::returns) realise(route);
   }
 }
 
 void RouteTable::disconnect() {
+  if (core_ == nullptr) return;
   core_ = nullptr;
+  spa_hook_remove(&coreListener_);
   linker_.clear();
+  retired_.clear();
   for (auto& [key, route] : routes_) route.node.reset();
 }
 
@@ -50,6 +74,28 @@ void RouteTable::relink(const ServerMirror& mirror) {
                  wanted);
   }
   linker_.apply(core_, wanted);
+  releaseRetired();
+}
+
+/// Comes after the links of the ended routes have been given up. A node that the server has not made yet is still to
+/// get its descriptors; one that goes on with its group gets some with each of the group's drivers.
+void RouteTable::releaseRetired() {
+  std::erase_if(retired_, [](const Retired& retired) { return retired.isAnswered; });
+  for (Retired& retired : retired_) {
+    if (retired.question || !retired.node->isAnswered()) continue;
+    retired.node->deactivate();
+    retired.question = pw_core_sync(core_, PW_ID_CORE, 0);
+  }
+}
+
+void RouteTable::onCoreDone(void* data, std::uint32_t id, int sequence) {
+  auto* const self = static_cast<RouteTable*>(data);
+  if (id != PW_ID_CORE) return;
+  for (Retired& retired : self->retired_) {
+    if (retired.question != sequence) continue;
+    retired.isAnswered = true;
+    self->changed_();
+  }
 }
 
 /// A node asks for a length of time: to go on asking for the same number of frames it has to say so at a new rate.

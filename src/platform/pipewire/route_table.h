@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "platform/pipewire/filter_node.h"
@@ -29,11 +30,18 @@ enum class RouteLife {
 
 /// The program's own nodes and their links.
 ///
+/// A route that ends leaves its node behind for as long as the server may still speak to it, which is until the node
+/// is made and the server has answered what was asked after the links were given up. The library does not close the
+/// descriptors in a message for a node that has gone: a program that destroyed its nodes at once would run out of them.
+///
 /// Threads: under the connection's lock.
 class RouteTable {
  public:
   /// `changed` is called, from within the server's events, when the links need another look.
   explicit RouteTable(std::function<void()> changed);
+  ~RouteTable();
+  RouteTable(const RouteTable&) = delete;
+  RouteTable& operator=(const RouteTable&) = delete;
 
   /// Starts a route under a key of the caller's. Returns whether its node could be made.
   bool start(std::uint64_t key, RouteLife life, FilterShape shape, std::unique_ptr<FilterProcess> process,
@@ -62,14 +70,24 @@ class RouteTable {
     Wiring wiring;
     std::unique_ptr<FilterNode> node;
   };
+  /// The node of a route that has ended.
+  struct Retired {
+    std::unique_ptr<FilterNode> node;
+    std::optional<int> question;  ///< what the server was asked once nothing was to reach the node any more
+    bool isAnswered = false;
+  };
+  static void onCoreDone(void* data, std::uint32_t id, int sequence);
   bool realise(Route& route);
   void keepBlockSizes();
+  void releaseRetired();
 
   std::function<void()> changed_;
   PortLinker linker_;
   CycleCounter counter_;
   pw_core* core_ = nullptr;
+  spa_hook coreListener_{};
   std::map<std::uint64_t, Route> routes_;
+  std::vector<Retired> retired_;
 };
 
 }  // namespace brindlemux
