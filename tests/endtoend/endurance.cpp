@@ -6,8 +6,8 @@
 // applications unlinked now and then, whoever else is there.) Every half minute the world comes to rest, and then: all
 // four devices are heard again at their level, are silent once the application ends, no error is shown, the server has
 // as many nodes of the program's as the graphs ask for, and the process has not grown. Prints a report; ends with 0
-// when all of it held. No fault is an error that is shown while a server goes, or that an application or an output
-// explains that has just gone.
+// when all of it held. No fault is an error that is shown while a server goes, or that an output explains that has just
+// gone.
 //
 // The program is the whole of it but its window: controller, engines, the server's backend, the graphs file, the
 // driver.
@@ -46,7 +46,6 @@ constexpr float gain = 0.5F;
 constexpr std::size_t deviceCount = 4;
 /// At rest: the application's tap, the device's output, the capture of its loop, and the headphones.
 constexpr std::size_t nodesADevice = 4;
-const std::string badObject = " (OSStatus " + std::to_string(kAudioHardwareBadObjectError) + ")";
 const std::string badDevice = " (OSStatus " + std::to_string(kAudioHardwareBadDeviceError) + ")";
 
 QString text(const std::string& string) { return QString::fromStdString(string); }
@@ -111,8 +110,7 @@ class Endurance {
     if (!isCalm_) return note("error while the server went: " + *message);
     // An edit goes by lists that are up to two seconds old. What has ended since is refused, and a later pass, with
     // lists of its own, tells of the refusal.
-    const bool isOfTheDeparted = message->ends_with(badObject) || message->ends_with(badDevice);
-    if (isOfTheDeparted && passesSinceEnd_ <= 3) {
+    if (message->ends_with(badDevice) && passesSinceEnd_ <= 3) {
       ++refusals_;
       return;
     }

@@ -74,6 +74,7 @@ const std::vector<ProcessRecord>& ServerState::processes() {
   if (processesRevision_ != mirror_.revision()) {
     processes_ = processCatalog_.list();
     processesRevision_ = mirror_.revision();
+    for (const ProcessRecord& process : processes_) everListed_.insert(process.id);
   }
   return processes_;
 }
@@ -85,6 +86,8 @@ const ProcessRecord* ServerState::process(AudioObjectID id) {
 const ProcessRecord* ServerState::processWithPID(std::int32_t pid) {
   return firstOf(processes(), [&](const ProcessRecord& process) { return process.pid == pid; });
 }
+
+bool ServerState::isOrWasProcess(AudioObjectID id) { return process(id) != nullptr || everListed_.contains(id); }
 
 std::vector<const ServerNode*> ServerState::playbackNodes(Selection selection,
                                                           const std::vector<AudioObjectID>& listed) {

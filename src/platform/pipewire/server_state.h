@@ -5,6 +5,7 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <tuple>
@@ -50,6 +51,8 @@ class ServerState final : public RunningApplications, private ServerConnection::
   const std::vector<ProcessRecord>& processes();
   const ProcessRecord* process(AudioObjectID id);
   const ProcessRecord* processWithPID(std::int32_t pid);
+  /// Whether the process is listed, or has been: who goes by a list of a moment ago names processes that have ended.
+  bool isOrWasProcess(AudioObjectID id);
 
   /// The playback nodes of the listed processes, or of all others.
   enum class Selection { only, allExcept };
@@ -104,6 +107,7 @@ class ServerState final : public RunningApplications, private ServerConnection::
   std::map<AudioObjectID, std::string> virtualUIDs_;
   std::vector<ProcessRecord> processes_;
   std::optional<std::uint64_t> processesRevision_;
+  std::set<AudioObjectID> everListed_;
   std::map<AudioObjectID, std::uint32_t> bufferFrames_;
   std::vector<Listener> listeners_;
   DeviceSignature announced_;

@@ -19,7 +19,7 @@ StreamRegistry::~StreamRegistry() {
 OSStatus StreamRegistry::createTap(const TapDescription& description, AudioObjectID& tap) {
   const auto guard = server_.lock();
   for (const AudioObjectID process : description.processes) {
-    if (server_.process(process) == nullptr) return kAudioHardwareBadObjectError;
+    if (!server_.isOrWasProcess(process)) return kAudioHardwareBadObjectError;
   }
   tap = server_.ids().fresh();
   taps_.emplace(tap, description);

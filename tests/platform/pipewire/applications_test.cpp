@@ -85,6 +85,23 @@ TEST_F(Applications, monoReachesBothSides) {
   EXPECT_EQ(hardware_->stopDevice(tap.aggregate, tap.procedure), noErr);
 }
 
+TEST_F(Applications, oneThatHasJustEndedIsTappedInSilence) {
+  std::optional<AudioProcessInfo> ended;
+  {
+    const auto player = server_.launch({"paplay", writeTones(2)});
+    ASSERT_TRUE(waitUntil([&] { return (ended = process("paplay")).has_value(); })) << server_.logs();
+  }
+  ASSERT_TRUE(waitUntil([&] { return !process("paplay"); })) << server_.logs();
+  const RunningTap tap = startTap(*hardware_, {.selection = TapDescription::Selection::only, .processes = {ended->id}});
+  // What another application plays is heard by who taps everything, and not here.
+  const auto other = server_.launch({"paplay", writeTones(2)});
+  const RunningTap everything = startTap(*hardware_);
+  EXPECT_TRUE(waitUntil([&] { return everything.sounding->load() > 20; })) << server_.logs();
+  EXPECT_EQ(tap.sounding->load(), 0);
+  EXPECT_EQ(hardware_->stopDevice(everything.aggregate, everything.procedure), noErr);
+  EXPECT_EQ(hardware_->stopDevice(tap.aggregate, tap.procedure), noErr);
+}
+
 TEST_F(Applications, aJackClientIsAnApplicationThatPlaysWhileItIsLinked) {
   const auto client = server_.launch({"pw-jack", jackClient});
   ASSERT_TRUE(waitUntil([&] {

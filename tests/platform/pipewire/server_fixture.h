@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <gtest/gtest.h>
@@ -77,7 +78,8 @@ struct RunningTap {
 /// A tap asks for shorter blocks than the server's own, and pw-play at times falls silent for as long as the blocks
 /// have changed under it: who plays to such a tap is paplay.
 inline RunningTap startTap(AudioHardware& hardware, TapDescription description, IOBlock also = {}) {
-  description.uuid.bytes[15] = 1;
+  static std::uint8_t tapCount = 0;
+  description.uuid.bytes[15] = ++tapCount;
   description.name = "All";
   RunningTap running;
   EXPECT_EQ(hardware.createProcessTap(description, running.tap), noErr);
