@@ -47,6 +47,7 @@ std::filesystem::path GraphStore::fileURL() const {
 DeviceGraphs GraphStore::load() {
   try {
     const std::filesystem::path file = fileURL();
+    removeLeftovers(file);
     const std::optional<std::string> bytes = readRegularFile(file, maximumBytes);
     if (!bytes) return {};
     auto decoded = decodeGraphs(*bytes);

@@ -1,9 +1,15 @@
 #include "model/replace_file.h"
 
 #include <cerrno>
+#include <charconv>
+#include <chrono>
+#include <csignal>
+#include <exception>
 #include <fcntl.h>
+#include <optional>
 #include <string>
 #include <sys/stat.h>
+#include <sys/types.h>
 #include <system_error>
 #include <unistd.h>
 
@@ -27,6 +33,25 @@ fs::path followLinks(fs::path file) {
   return file;
 }
 
+/// How the names begin of the files beside the one to be replaced. The number of the process follows, a hyphen, and the
+/// number of the attempt.
+std::string temporaryPrefix(const fs::path& target) { return "." + target.filename().string() + "."; }
+
+/// The process that a temporary file is of, or nothing when it is none.
+std::optional<pid_t> ownerOf(std::string_view name, std::string_view prefix) {
+  if (!name.starts_with(prefix)) return std::nullopt;
+  pid_t process = 0;
+  const char* const end = name.data() + name.size();
+  const auto [hyphen, processError] = std::from_chars(name.data() + prefix.size(), end, process);
+  if (processError != std::errc() || process <= 0 || hyphen == end || *hyphen != '-') return std::nullopt;
+  int attempt = 0;
+  const auto [rest, attemptError] = std::from_chars(hyphen + 1, end, attempt);
+  if (attemptError != std::errc() || rest != end) return std::nullopt;
+  return process;
+}
+
+bool isRunning(pid_t process) { return kill(process, 0) == 0 || errno != ESRCH; }
+
 /// A file beside the one to be replaced; it goes away again unless it takes that one's place.
 class TemporaryFile {
  public:
@@ -34,8 +59,7 @@ class TemporaryFile {
     constexpr int maximumAttempts = 1000;
     for (int attempt = 0; attempt < maximumAttempts; ++attempt) {
       path_ = target;
-      std::string name = ".";
-      name.append(target.filename().string()).append(".").append(std::to_string(getpid()));
+      std::string name = temporaryPrefix(target).append(std::to_string(getpid()));
       path_.replace_filename(name.append("-").append(std::to_string(attempt)));
       descriptor_ = open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
       if (descriptor_ >= 0) return;
@@ -102,6 +126,24 @@ void replaceFile(const fs::path& file, std::string_view bytes) {
   temporary.write(bytes);
   temporary.moveIntoPlace();
   syncFolder(target.parent_path());
+}
+
+void removeLeftovers(const fs::path& file) noexcept {
+  try {
+    const fs::path target = followLinks(file);
+    const std::string prefix = temporaryPrefix(target);
+    const fs::path folder = target.parent_path().empty() ? fs::path(".") : target.parent_path();
+    const auto latest = fs::file_time_type::clock::now() - std::chrono::minutes(1);
+    for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
+      const std::optional<pid_t> owner = ownerOf(entry.path().filename().string(), prefix);
+      std::error_code error;
+      // A process of another machine that shares the folder is not seen here, but it does not save for a minute.
+      if (!owner || isRunning(*owner) || entry.last_write_time(error) > latest || error) continue;
+      fs::remove(entry.path(), error);
+    }
+  } catch (const std::exception&) {
+    // They do no harm.
+  }
 }
 
 }  // namespace brindlemux

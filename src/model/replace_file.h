@@ -12,4 +12,10 @@ namespace brindlemux {
 /// Errors: std::filesystem::filesystem_error; the previous file stays and nothing is left beside it.
 void replaceFile(const std::filesystem::path& file, std::string_view bytes);
 
+/// Removes what programs that were killed while they replaced the file have left beside it: files of `replaceFile` that
+/// are older than a minute and whose process does not run any more.
+///
+/// Threads: any. Errors: none; what cannot be removed stays.
+void removeLeftovers(const std::filesystem::path& file) noexcept;
+
 }  // namespace brindlemux

@@ -1,5 +1,6 @@
 #include "model/replace_file.h"
 
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -7,6 +8,8 @@
 #include <sstream>
 #include <string>
 #include <sys/stat.h>
+#include <sys/types.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include "support/file_contents.h"
@@ -107,6 +110,61 @@ TEST(ReplaceFile, leftoversOfACrashAreNoObstacle) {
   replaceFile(folder.path() / "file", "bytes");
   EXPECT_EQ(contentOf(folder.path() / "file"), "bytes");
   EXPECT_EQ(contentOf(folder.path() / leftover), "leftover");
+}
+
+/// The number of a process that has ended.
+pid_t endedProcess() {
+  const pid_t process = fork();
+  if (process == 0) _exit(0);
+  EXPECT_EQ(waitpid(process, nullptr, 0), process);
+  return process;
+}
+
+TEST(RemoveLeftovers, takesOldFilesOfProcessesThatHaveEndedAndNothingElse) {
+  const TemporaryFolder folder;
+  const std::string ended = std::to_string(endedProcess());
+  const std::string running = std::to_string(getpid());
+  const auto write = [&](const std::string& name, std::chrono::seconds age) {
+    writeFile(folder.path() / name, "bytes");
+    std::filesystem::last_write_time(folder.path() / name, std::filesystem::file_time_type::clock::now() - age);
+  };
+  constexpr std::chrono::seconds old(120);
+  write(".file." + ended + "-0", old);
+  write(".file." + ended + "-17", old);
+  const std::set<std::string> others = {"file",
+                                        ".file." + running + "-0",
+                                        ".file." + ended,
+                                        ".file." + ended + "-",
+                                        ".file.-1-0",
+                                        ".file.0-0",
+                                        ".file." + ended + "-0.backup",
+                                        ".file.text-0",
+                                        ".other." + ended + "-0",
+                                        ".file." + ended + "-0-0"};
+  for (const std::string& name : others) write(name, old);
+  write(".file." + ended + "-1", std::chrono::seconds(0));
+  removeLeftovers(folder.path() / "file");
+  std::set<std::string> expected = others;
+  expected.insert(".file." + ended + "-1");
+  EXPECT_EQ(namesIn(folder.path()), expected);
+}
+
+TEST(RemoveLeftovers, looksWhereALinkLeads) {
+  const TemporaryFolder folder;
+  const std::string name = ".file." + std::to_string(endedProcess()) + "-0";
+  std::filesystem::create_directory(folder.path() / "elsewhere");
+  std::filesystem::create_symlink("elsewhere/file", folder.path() / "link");
+  writeFile(folder.path() / "elsewhere" / name, "bytes");
+  std::filesystem::last_write_time(folder.path() / "elsewhere" / name,
+                                   std::filesystem::file_time_type::clock::now() - std::chrono::minutes(2));
+  removeLeftovers(folder.path() / "link");
+  EXPECT_TRUE(namesIn(folder.path() / "elsewhere").empty());
+}
+
+TEST(RemoveLeftovers, ofAFolderThatIsNotThereAreNoError) {
+  const TemporaryFolder folder;
+  removeLeftovers(folder.path() / "missing" / "file");
+  EXPECT_TRUE(namesIn(folder.path()).empty());
 }
 
 }  // namespace
