@@ -108,8 +108,8 @@ class Endurance {
     const auto& message = state_.errorMessage();
     if (!message) return;
     if (!isCalm_) return note("error while the server went: " + *message);
-    // An edit goes by lists that are up to two seconds old. What has ended since is refused, and a later pass, with
-    // lists of its own, tells of the refusal.
+    // An edit goes by lists that are up to two seconds old. An output that has gone since is refused, and a later pass,
+    // with lists of its own, tells of the refusal.
     if (message->ends_with(badDevice) && passesSinceEnd_ <= 3) {
       ++refusals_;
       return;

@@ -24,9 +24,8 @@
 
 namespace {
 
-/// Lets the program have as many files open as the system allows it. The audio server hands over descriptors with what
-/// it says of a node, and the library loses those that arrive for a node that has gone meanwhile: one in six edits
-/// where the machine has far more to do than it can. At the usual limit of 1024 every later node would stay silent.
+/// Lets the program have as many files open as the system allows it. Each of its nodes on the audio server has about six
+/// descriptors: at the usual limit of 1024 all nodes beyond some 160 would stay silent.
 void allowManyFiles() {
   rlimit limit{};
   if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
