@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -17,16 +18,21 @@ namespace {
 
 /// Long enough that few writes wrap, short enough for a stereo ring to stay in the first-level cache; odd, so that
 /// every alignment is met.
-std::int64_t ringFrames(std::int64_t frames) { return 8 * frames + 1; }
+std::int64_t ringFrames(std::int64_t channels, std::int64_t frames) {
+  constexpr std::int64_t cachedSamples = 8192;
+  return std::max(8 * frames, cachedSamples / channels) + 1;
+}
 
 struct Bench {
   Bench(std::int64_t channels, std::int64_t frames, const Kernels& kernels)
-      : ring(channels, ringFrames(frames), kernels),
-        boundRing(static_cast<std::size_t>(channels * ringFrames(frames))),
+      : length(ringFrames(channels, frames)),
+        ring(channels, length, kernels),
+        boundRing(static_cast<std::size_t>(channels * length)),
         samples(static_cast<std::size_t>(channels * frames), 0.5F) {
     for (std::int64_t i = 0; i < channels; ++i) sources.push_back(samples.data() + i * frames);
   }
 
+  const std::int64_t length;
   SourceRing ring;
   AlignedFloats boundRing;
   std::vector<float> samples;
@@ -42,10 +48,10 @@ std::function<void(std::int64_t)> bound(const std::shared_ptr<Bench>& bench, con
       float* into = bench->boundRing.data() + slot;
       for (const float* source : bench->sources) {
         copy(into, source, frames);
-        into += ringFrames(frames);
+        into += bench->length;
       }
       slot += frames;
-      if (slot + frames > ringFrames(frames)) slot -= ringFrames(frames) - frames - 1;
+      if (slot + frames > bench->length) slot -= bench->length - frames - 1;
     }
   };
 }
