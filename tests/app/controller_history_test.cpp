@@ -1,12 +1,13 @@
 // Random commands and edits on a program whose driver, files and devices fail now and then.
 #include <algorithm>
-#include <cstdlib>
+#include <cstdint>
 #include <gtest/gtest.h>
 #include <optional>
 #include <string>
 
 #include "app/controller_step.h"
 #include "app/controller_world.h"
+#include "support/repetitions.h"
 
 namespace brindlemux::test {
 namespace {
@@ -44,16 +45,10 @@ ControllerHistory shrunk(ControllerHistory history) {
   return history;
 }
 
-/// How many histories are played; BRINDLEMUX_HISTORIES asks for more than the suite has time for.
-std::uint32_t historyCount() {
-  const char* asked = std::getenv("BRINDLEMUX_HISTORIES");
-  constexpr std::uint32_t usual = 150;
-  return asked != nullptr ? static_cast<std::uint32_t>(std::strtoul(asked, nullptr, 10)) : usual;
-}
-
 TEST(ControllerHistory, everyPromiseHoldsAfterEveryStep) {
   constexpr std::size_t steps = 100;
-  for (std::uint32_t seed = 1; seed <= historyCount(); ++seed) {
+  const auto histories = static_cast<std::uint32_t>(repetitions("BRINDLEMUX_HISTORIES", 150));
+  for (std::uint32_t seed = 1; seed <= histories; ++seed) {
     const ControllerHistory history = randomHistory(seed, steps);
     if (!failureOf(history)) continue;
     const ControllerHistory least = shrunk(history);

@@ -1,11 +1,11 @@
 // A program that runs for a week, in virtual time, while what is around it comes and goes.
 #include <chrono>
-#include <cstdlib>
 #include <gtest/gtest.h>
 
 #include "app/controller/app_state.h"
 #include "app/simulated_program.h"
 #include "support/live_memory.h"
+#include "support/repetitions.h"
 
 namespace brindlemux::test {
 namespace {
@@ -18,6 +18,7 @@ constexpr std::chrono::hours usual{24};  // where everything takes many times as
 #else
 constexpr std::chrono::hours usual = week;
 #endif
+constexpr const char* weeksVariable = "BRINDLEMUX_ENDURANCE_WEEKS";
 
 UUID node(std::uint64_t number) { return CountingUUIDSource::identifier(1'000'000 + number); }
 
@@ -157,15 +158,9 @@ LiveMemory heldAfter(std::chrono::hours duration) {
   return run.endController();
 }
 
-/// BRINDLEMUX_ENDURANCE_WEEKS asks for more than one.
-std::chrono::hours longRun() {
-  const char* asked = std::getenv("BRINDLEMUX_ENDURANCE_WEEKS");
-  return asked != nullptr ? week * std::strtol(asked, nullptr, 10) : usual;
-}
-
 TEST(Endurance, aWeekLeavesTheControllerAsSmallAsAnHour) {
   const LiveMemory hour = heldAfter(1h);
-  const LiveMemory atEnd = heldAfter(longRun());
+  const LiveMemory atEnd = heldAfter(isLongRun(weeksVariable) ? week * repetitions(weeksVariable, 1) : usual);
   EXPECT_GT(hour.blocks, 100) << "what is measured does not hold the controller";
   // Some five million meter ticks, three hundred thousand passes and ten thousand changes lie between the two: what
   // any of them left behind would be seen.

@@ -3,7 +3,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdint>
-#include <cstdlib>
+#include <cstdio>
 #include <gtest/gtest.h>
 #include <new>
 #include <random>
@@ -15,6 +15,8 @@
 
 #include "app/controller/graph_writer.h"
 #include "support/file_contents.h"
+#include "support/repetitions.h"
+#include "support/store_services.h"
 #include "support/temporary_folder.h"
 #include "support/wait_until.h"
 
@@ -23,16 +25,6 @@ namespace {
 
 /// The steps of a slider that is dragged, by a program that is killed now and then and started again.
 constexpr std::int64_t steps = 2000;
-
-struct Locations final : FileLocations {
-  std::filesystem::path applicationSupport() const override { return folder.path(); }
-  test::TemporaryFolder folder;
-};
-
-struct FixedClock final : Clock {
-  double secondsSince1970() const override { return 0; }
-  void sleep(std::chrono::milliseconds) override {}
-};
 
 /// The map of one step: two graphs that say the same, and enough beside it that the file is more than one block.
 GraphWriter::Changes mapOf(std::int64_t step) {
@@ -59,11 +51,6 @@ std::optional<std::int64_t> stepOf(const DeviceGraphs& graphs) {
   return isWhole ? std::optional(step) : std::nullopt;
 }
 
-int crashes() {
-  const char* const count = std::getenv("BRINDLEMUX_CRASHES");
-  return count == nullptr ? 20 : std::max(1, std::atoi(count));
-}
-
 class GraphCrash : public testing::Test {
  protected:
   GraphCrash()
@@ -87,8 +74,9 @@ class GraphCrash : public testing::Test {
     _exit(0);
   }
 
-  Locations locations_;
-  FixedClock clock_;
+  test::TemporaryFolder folder_;
+  test::FolderLocations locations_{folder_.path()};
+  test::FixedClock clock_;
   StandardErrorLog log_;
   GraphStore store_{locations_, clock_, log_};
   /// The last step that the drag has handed over; shared with its process.
@@ -99,7 +87,7 @@ TEST_F(GraphCrash, aDragThatIsKilledAtAnyTimeLeavesTheMapOfOneOfItsSteps) {
   const auto seed = static_cast<std::uint64_t>(getpid());
   SCOPED_TRACE("seed " + std::to_string(seed));
   std::mt19937_64 random(seed);
-  const int rounds = crashes();
+  const int rounds = test::repetitions("BRINDLEMUX_CRASHES", 20);
   std::int64_t saved = 0;
   int killed = 0;
   for (int round = 0; round < rounds; ++round) {
@@ -125,7 +113,7 @@ TEST_F(GraphCrash, aDragThatIsKilledAtAnyTimeLeavesTheMapOfOneOfItsSteps) {
     if (graphs.empty() && saved == 0) continue;  // before the first save was done
     const auto step = stepOf(graphs);
     ASSERT_TRUE(step.has_value()) << "round " << round;
-    EXPECT_GE(*step, saved > 0 && left > 0 ? saved : 1);
+    EXPECT_GE(*step, std::max<std::int64_t>(saved, 1));
     EXPECT_LE(*step, steps);
     saved = *step;
   }

@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <atomic>
 #include <csignal>
-#include <cstdlib>
 #include <gtest/gtest.h>
 #include <random>
 #include <string>
@@ -13,18 +12,13 @@
 #include "driver/loop_probe.h"
 #include "driver/property_client.h"
 #include "driver/recording.h"
+#include "support/repetitions.h"
 #include "support/wait_until.h"
 
 namespace brindlemux::test {
 namespace {
 
 using Devices = std::vector<VirtualDeviceConfig>;
-
-// BRINDLEMUX_STRESS_ROUNDS asks for more (scripts/stress-driver.sh does).
-int rounds() {
-  const char* const asked = std::getenv("BRINDLEMUX_STRESS_ROUNDS");
-  return asked == nullptr ? 25 : std::atoi(asked);
-}
 
 // Keeps every core busy.
 class Load {
@@ -79,7 +73,8 @@ TEST_F(DriverStress, theServerAndTheSessionManagerLive) {
   PropertyClient client(server_);
   {
     const Load load;
-    for (int round = 0; round < rounds(); ++round) {
+    const int rounds = repetitions("BRINDLEMUX_STRESS_ROUNDS", 25);
+    for (int round = 0; round < rounds; ++round) {
       const Devices devices = randomList(random);
       ASSERT_EQ(client.write(encodeDriverPayload(devices)), encodeDriverPayload(devices)) << "round " << round;
       ASSERT_TRUE(server_.running()) << "round " << round << server_.logs();

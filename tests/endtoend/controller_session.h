@@ -1,19 +1,17 @@
 #pragma once
 
 #include <cstdlib>
-#include <filesystem>
-#include <utility>
 
 #include "app/controller/app_state.h"
 #include "app/controller/qt_scheduler.h"
 #include "endtoend/routing_session.h"
 #include "model/clock.h"
-#include "model/file_locations.h"
 #include "model/graph_store.h"
 #include "model/system_log.h"
 #include "model/uuid.h"
 #include "platform/discovery.h"
 #include "platform/pipewire/pipewire_audio_hardware.h"
+#include "support/store_services.h"
 
 namespace brindlemux::test {
 
@@ -21,12 +19,6 @@ namespace brindlemux::test {
 /// that made it.
 struct ControllerSession {
   explicit ControllerSession(RoutingSession& session) : environment(session), locations(session.file("programdata")) {}
-
-  struct Locations final : FileLocations {
-    explicit Locations(std::filesystem::path folder) : path(std::move(folder)) {}
-    std::filesystem::path applicationSupport() const override { return path; }
-    std::filesystem::path path;
-  };
 
   /// Has this process find the session's server; it is the first of all to be made.
   struct Environment {
@@ -36,7 +28,7 @@ struct ControllerSession {
   };
 
   Environment environment;
-  Locations locations;
+  FolderLocations locations;
   StandardErrorLog log;
   SystemClock clock;
   RandomUUIDSource uuids;

@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <chrono>
-#include <cstdlib>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <iostream>
@@ -16,19 +15,15 @@
 #include "endtoend/cycle_watch.h"
 #include "endtoend/levels.h"
 #include "endtoend/routing_session.h"
+#include "support/repetitions.h"
 #include "support/tone_analysis.h"
 
 namespace brindlemux::test {
 namespace {
 
-/// A long run, or another block size, is asked for in the environment.
-std::int64_t setting(const char* name, std::int64_t otherwise) {
-  const char* const value = std::getenv(name);
-  const std::int64_t number = value == nullptr ? 0 : std::atoll(value);
-  return number > 0 ? number : otherwise;
-}
-const std::int64_t wantedFrames = setting("BRINDLEMUX_ROUTE_SECONDS", 5) * 48000;
-const std::int64_t blockFrames = setting("BRINDLEMUX_ROUTE_FRAMES", 1024);
+// A long run, or another block size, is asked for in the environment.
+const std::int64_t wantedFrames = std::int64_t{repetitions("BRINDLEMUX_ROUTE_SECONDS", 5)} * 48000;
+const std::int64_t blockFrames = repetitions("BRINDLEMUX_ROUTE_FRAMES", 1024);
 
 /// An application that plays a tone without an end, into the default output.
 std::unique_ptr<ChildProcess> playForever(const RoutingSession& session) {

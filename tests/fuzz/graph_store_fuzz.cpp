@@ -6,6 +6,7 @@
 #include "model/graph_store.h"
 #include "support/file_contents.h"
 #include "support/graph_equality.h"
+#include "support/store_services.h"
 #include "support/temporary_folder.h"
 
 using namespace brindlemux;
@@ -13,29 +14,19 @@ using test::require;
 
 namespace {
 
-struct Locations final : FileLocations {
-  // In memory, where there is such a folder: every input is several files.
-  Locations() { std::filesystem::create_directories(folder.path() / "Brindlemux"); }
-  std::filesystem::path applicationSupport() const override { return folder.path(); }
-  test::TemporaryFolder folder{std::filesystem::temp_directory_path()};
-};
-
-struct FixedClock final : Clock {
-  double secondsSince1970() const override { return 1000; }
-  void sleep(std::chrono::milliseconds) override {}
-};
-
-struct CountingLog final : SystemLog {
-  void write(std::string_view) override { ++lines; }
-  int lines = 0;
-};
+/// In memory, where there is such a folder: every input is several files.
+std::filesystem::path madeFolder() {
+  static const test::TemporaryFolder folder(std::filesystem::temp_directory_path());
+  std::filesystem::create_directories(folder.path() / "Brindlemux");
+  return folder.path();
+}
 
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static const Locations locations;
-  static const FixedClock clock;
-  CountingLog log;
+  static const test::FolderLocations locations(madeFolder());
+  static const test::FixedClock clock(1000);
+  test::CollectingLog log;
   GraphStore store(locations, clock, log);
   const auto file = store.fileURL();
   const auto aside = file.parent_path() / "graphs.json.corrupt-1000";
@@ -51,7 +42,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
 
   store.save(graphs);
   require(store.load() == graphs, "what was saved is loaded");
-  require(log.lines == 0, "what was loaded can be saved");
+  require(log.lines.empty(), "what was loaded can be saved");
   const auto names = test::namesIn(file.parent_path());
   require(names.size() == (isReadable ? 1U : 2U), "no other file stays behind");
   return 0;

@@ -6,7 +6,6 @@
 #include <sched.h>
 #include <set>
 #include <string>
-#include <string_view>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -16,6 +15,7 @@
 #include "model/graph_store.h"
 #include "support/file_contents.h"
 #include "support/file_faults.h"
+#include "support/store_services.h"
 #include "support/temporary_folder.h"
 
 namespace brindlemux {
@@ -28,7 +28,7 @@ using test::TemporaryFolder;
 /// A store in a folder of its own, the lines of its log, and what the file holds.
 class Store {
  public:
-  explicit Store(std::filesystem::path folder) { locations_.folder = std::move(folder); }
+  explicit Store(std::filesystem::path folder) : locations_(std::move(folder)) {}
 
   void save(float gain) {
     DeviceGraph graph("u");
@@ -44,18 +44,9 @@ class Store {
   std::filesystem::path folder() const { return store_.fileURL().parent_path(); }
 
  private:
-  struct Locations final : FileLocations {
-    std::filesystem::path applicationSupport() const override { return folder; }
-    std::filesystem::path folder;
-  } locations_;
-  struct FixedClock final : Clock {
-    double secondsSince1970() const override { return 0; }
-    void sleep(std::chrono::milliseconds) override {}
-  } clock_;
-  struct CollectingLog final : SystemLog {
-    void write(std::string_view text) override { lines.emplace_back(text); }
-    std::vector<std::string> lines;
-  } log_;
+  test::FolderLocations locations_;
+  test::FixedClock clock_;
+  test::CollectingLog log_;
   GraphStore store_{locations_, clock_, log_};
 };
 

@@ -1,6 +1,5 @@
 #include "model/graph_store.h"
 
-#include <chrono>
 #include <csignal>
 #include <cstddef>
 #include <filesystem>
@@ -20,6 +19,7 @@
 #include <vector>
 
 #include "support/file_contents.h"
+#include "support/store_services.h"
 #include "support/temporary_folder.h"
 
 namespace brindlemux {
@@ -30,26 +30,8 @@ using test::namesIn;
 using test::TemporaryFolder;
 using test::writeFile;
 
-struct FixedLocations final : FileLocations {
-  std::filesystem::path applicationSupport() const override { return folder; }
-  std::filesystem::path folder;
-};
-
-struct FixedClock final : Clock {
-  double secondsSince1970() const override { return now; }
-  void sleep(std::chrono::milliseconds) override {}
-  double now = 1'700'000'000.75;
-};
-
-struct CollectingLog final : SystemLog {
-  void write(std::string_view text) override { lines.emplace_back(text); }
-  std::vector<std::string> lines;
-};
-
 class GraphStoreTest : public testing::Test {
  protected:
-  GraphStoreTest() { locations_.folder = folder_.path() / "share"; }
-
   /// A graphs.json with these bytes, in a folder that exists.
   void place(std::string_view bytes) {
     std::filesystem::create_directories(file().parent_path());
@@ -68,9 +50,9 @@ class GraphStoreTest : public testing::Test {
   }
 
   TemporaryFolder folder_;
-  FixedLocations locations_;
-  FixedClock clock_;
-  CollectingLog log_;
+  test::FolderLocations locations_{folder_.path() / "share"};
+  test::FixedClock clock_{1'700'000'000.75};
+  test::CollectingLog log_;
   GraphStore store_{locations_, clock_, log_};
 };
 

@@ -4,8 +4,8 @@
 
 namespace brindlemux::test {
 
-/// How often a test repeats what it does: `few` times, or as often as the environment's variable says.
-/// scripts/long-sessions.sh sets it.
+/// How often a test repeats what it does, or how much it takes of it: `few`, or what the environment's variable says.
+/// The scripts for longer tests set it.
 inline int repetitions(const char* variable, int few) {
   const char* const text = std::getenv(variable);
   const int count = text == nullptr ? 0 : std::atoi(text);
