@@ -7,6 +7,7 @@
 #include <set>
 
 #include "contract/audio_hardware_under_test.h"
+#include "support/hardware_client.h"
 
 // What every implementation of AudioHardware must do, whatever stands behind it. A test program includes this header
 // and instantiates AudioHardwareContract with the factory of its implementation.
@@ -75,18 +76,6 @@ class AudioHardwareContract : public testing::TestWithParam<AudioHardwareFactory
     return capture;
   }
 
-  static StreamFormat interleavedFloat(std::uint32_t channels) {
-    StreamFormat format;
-    format.sampleRate = 48000;
-    format.formatFlags = kAudioFormatFlagIsFloat | kAudioFormatFlagIsPacked;
-    format.bytesPerPacket = 4 * channels;
-    format.framesPerPacket = 1;
-    format.bytesPerFrame = 4 * channels;
-    format.channelsPerFrame = channels;
-    format.bitsPerChannel = 32;
-    return format;
-  }
-
   AudioComponentID outputComponent() {
     return hardware.findComponent(kAudioUnitType_Output, kAudioUnitSubType_HALOutput, kAudioUnitManufacturer_Apple);
   }
@@ -106,7 +95,7 @@ class AudioHardwareContract : public testing::TestWithParam<AudioHardwareFactory
                                             0, server->outputDevice()),
               noErr);
     EXPECT_EQ(hardware.setAudioUnitProperty(output.unit, kAudioUnitProperty_StreamFormat, AudioUnitScope::input, 0,
-                                            interleavedFloat(channels)),
+                                            interleavedFormat(48000, channels)),
               noErr);
     const RenderCallback callback = [callbacks = output.callbacks, misshapen = output.misshapen, channels](
                                         AudioBufferList buffers, std::uint32_t frames) {
@@ -528,7 +517,7 @@ TEST_P(AudioHardwareContract, unusableUnitPropertiesAreRefused) {
     return hardware.setAudioUnitProperty(unit, property, scope, element, value);
   };
   EXPECT_NE(set(kAudioOutputUnitProperty_CurrentDevice, AudioUnitScope::global, 0, noSuchObject), noErr);
-  EXPECT_NE(set(kAudioOutputUnitProperty_CurrentDevice, AudioUnitScope::global, 0, interleavedFloat(2)), noErr);
+  EXPECT_NE(set(kAudioOutputUnitProperty_CurrentDevice, AudioUnitScope::global, 0, interleavedFormat(48000, 2)), noErr);
   EXPECT_NE(set(kAudioUnitProperty_StreamFormat, AudioUnitScope::input, 0, StreamFormat{}), noErr);
   EXPECT_NE(set(kAudioUnitProperty_StreamFormat, AudioUnitScope::input, 0, 2U), noErr);
   EXPECT_NE(set(kAudioUnitProperty_SetRenderCallback, AudioUnitScope::input, 0, RenderCallback{}), noErr);

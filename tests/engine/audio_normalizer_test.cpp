@@ -1,14 +1,13 @@
 #include "engine/audio_normalizer.h"
 
-#include <cmath>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <numbers>
 #include <vector>
 
 #include "support/realtime_guard.h"
 #include "support/ring_reading.h"
 #include "support/sine_fit.h"
+#include "support/sine_tone.h"
 
 namespace brindlemux {
 namespace {
@@ -16,11 +15,7 @@ namespace {
 using testing::ElementsAre;
 
 std::vector<float> sine(double sampleRateHz, std::size_t frames) {
-  std::vector<float> samples(frames);
-  for (std::size_t i = 0; i < frames; ++i) {
-    samples[i] = static_cast<float>(0.5 * std::sin(2 * std::numbers::pi * 997 * static_cast<double>(i) / sampleRateHz));
-  }
-  return samples;
+  return test::sineTone(frames, 997, 0.5, sampleRateHz);
 }
 
 class AudioNormalizerTest : public testing::Test {

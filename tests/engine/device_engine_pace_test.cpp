@@ -11,7 +11,7 @@
 
 #include "engine/ring_model.h"
 #include "engine/sounding_engine.h"
-#include "support/simulated_client.h"
+#include "support/hardware_client.h"
 #include "support/sine_fit.h"
 
 namespace brindlemux {

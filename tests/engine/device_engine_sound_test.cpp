@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "engine/sounding_engine.h"
-#include "support/simulated_client.h"
+#include "support/hardware_client.h"
 
 namespace brindlemux {
 namespace {
@@ -203,7 +203,7 @@ TEST_F(DeviceEngineSound, monitorHearsWhatOthersPlayIntoTheDeviceToo) {
   addMicrophone();
   addVirtual();
   addSpeakers();
-  SimulatedProcess foreign = playingProcess(300, std::nullopt, [](std::int64_t, std::uint32_t) { return 0.125F; });
+  SimulatedProcess foreign = playingProcess(300, std::nullopt, test::constantSignal(0.125F));
   foreign.outputUID = virtualUID;
   hardware.addProcess(foreign);
   addMic(1);

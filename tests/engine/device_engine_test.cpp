@@ -8,6 +8,7 @@
 namespace brindlemux {
 namespace {
 
+using test::constantSignal;
 using test::inputDevice;
 using test::loopbackDevice;
 using test::outputDevice;
@@ -21,16 +22,12 @@ using testing::Not;
 using testing::SizeIs;
 using testing::UnorderedElementsAre;
 
-SimulatedSignal constant(float value) {
-  return [value](std::int64_t, std::uint32_t) { return value; };
-}
-
 class DeviceEngineTest : public testing::Test, public test::RoutedEngine {
  protected:
   AudioObjectID virtualDevice = hardware.addDevice(loopbackDevice(virtualUID));
   AudioObjectID speakers = hardware.addDevice(outputDevice("Speakers"));
-  AudioObjectID microphone = hardware.addDevice(inputDevice("Microphone", 2, constant(0.25F)));
-  AudioObjectID player = hardware.addProcess(playingProcess(100, "com.example.Player", constant(0.125F)));
+  AudioObjectID microphone = hardware.addDevice(inputDevice("Microphone", 2, constantSignal(0.25F)));
+  AudioObjectID player = hardware.addProcess(playingProcess(100, "com.example.Player", constantSignal(0.125F)));
 };
 
 std::string startingLine(const std::string& device, const std::string& proc) {
@@ -669,7 +666,7 @@ TEST_F(DeviceEngineTest, gainChangeIsHeardWithoutAGap) {
 }
 
 TEST_F(DeviceEngineTest, foreignAudioInTheDeviceIsMeteredAsPassThrough) {
-  SimulatedProcess foreign = playingProcess(300, std::nullopt, constant(0.5F));
+  SimulatedProcess foreign = playingProcess(300, std::nullopt, constantSignal(0.5F));
   foreign.outputUID = "BrindlemuxAudio_UID_A";
   hardware.addProcess(foreign);
   reconcile();

@@ -6,12 +6,13 @@
 #include <random>
 
 #include "engine/sounding_engine.h"
-#include "support/simulated_client.h"
+#include "support/hardware_client.h"
 #include "support/wait_until.h"
 
 namespace brindlemux {
 namespace {
 
+using test::constantSignal;
 using test::framesOf;
 using test::inputDevice;
 using test::lastNumberedFrame;
@@ -24,10 +25,6 @@ using test::waitUntil;
 using testing::IsEmpty;
 
 constexpr auto patience = std::chrono::seconds(60);
-
-SimulatedSignal constant(float value) {
-  return [value](std::int64_t, std::uint32_t) { return value; };
-}
 
 class DeviceEngineThreads : public testing::TestWithParam<SimulatedThreads::Model>, public test::RoutedEngine {
  protected:
@@ -116,8 +113,8 @@ TEST_P(DeviceEngineThreads, noFrameIsLostOrRepeated) {
 TEST_P(DeviceEngineThreads, editsMeetRunningCallbacks) {
   AudioObjectID device = hardware.addDevice(loopbackDevice(virtualUID));
   AudioObjectID speakers = hardware.addDevice(outputDevice("Speakers"));
-  AudioObjectID microphone = hardware.addDevice(inputDevice("Microphone", 2, constant(0.25F)));
-  AudioObjectID player = hardware.addProcess(playingProcess(100, "com.example.Player", constant(0.125F)));
+  AudioObjectID microphone = hardware.addDevice(inputDevice("Microphone", 2, constantSignal(0.25F)));
+  AudioObjectID player = hardware.addProcess(playingProcess(100, "com.example.Player", constantSignal(0.125F)));
   addMic(1);
   addApp(2);
   addMonitor(3);
@@ -152,12 +149,12 @@ TEST_P(DeviceEngineThreads, editsMeetRunningCallbacks) {
         break;
       case 7:
         hardware.removeDevice(microphone);
-        microphone = hardware.addDevice(inputDevice("Microphone", 2, constant(0.25F)));
+        microphone = hardware.addDevice(inputDevice("Microphone", 2, constantSignal(0.25F)));
         break;
       case 8:
         hardware.removeProcess(player);
         player = hardware.addProcess(
-            playingProcess(static_cast<std::int32_t>(200 + round), "com.example.Player", constant(0.125F)));
+            playingProcess(static_cast<std::int32_t>(200 + round), "com.example.Player", constantSignal(0.125F)));
         break;
       default:
         deviceChannels = 2 + 2 * static_cast<std::int64_t>(random() % 2);
@@ -183,7 +180,7 @@ TEST_P(DeviceEngineThreads, editsMeetRunningCallbacks) {
 TEST_P(DeviceEngineThreads, engineMayGoWhileItsCallbacksRun) {
   hardware.addDevice(loopbackDevice(virtualUID));
   const AudioObjectID speakers = hardware.addDevice(outputDevice("Speakers"));
-  hardware.addDevice(inputDevice("Microphone", 2, constant(0.25F)));
+  hardware.addDevice(inputDevice("Microphone", 2, constantSignal(0.25F)));
   addMic(1);
   addSource(2, SystemAudioSource{});
   addMonitor(3);

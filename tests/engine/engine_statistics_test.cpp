@@ -8,7 +8,7 @@
 
 #include "engine/engine_counters.h"
 #include "engine/sounding_engine.h"
-#include "support/simulated_client.h"
+#include "support/hardware_client.h"
 
 namespace brindlemux {
 namespace {

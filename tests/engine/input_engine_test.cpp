@@ -18,12 +18,9 @@ namespace {
 
 using test::inputDevice;
 using test::outputDevice;
+using test::positionSignal;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-float positionSignal(std::int64_t frame, std::uint32_t channel) {
-  return static_cast<float>(frame) + 10000.0F * static_cast<float>(channel);
-}
 
 class InputEngineTest : public testing::Test, public test::EngineScene {
  protected:

@@ -4,7 +4,6 @@
 #include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
-#include <numbers>
 #include <vector>
 
 #include "engine/capture_path.h"
@@ -13,6 +12,7 @@
 #include "engine/sample_rate_converter.h"
 #include "support/engine_scene.h"
 #include "support/realtime_guard.h"
+#include "support/sine_tone.h"
 
 namespace brindlemux {
 namespace {
@@ -22,12 +22,8 @@ constexpr std::int64_t minutes = 10;
 /// One second of a sine of 997 Hz: whole periods at every whole rate.
 class Tone {
  public:
-  explicit Tone(std::int64_t sampleRateHz) : samples_(static_cast<std::size_t>(sampleRateHz)) {
-    for (std::size_t i = 0; i < samples_.size(); ++i) {
-      const double phase = 2 * std::numbers::pi * 997 * static_cast<double>(i) / static_cast<double>(sampleRateHz);
-      samples_[i] = static_cast<float>(0.5 * std::sin(phase));
-    }
-  }
+  explicit Tone(std::int64_t sampleRateHz)
+      : samples_(test::sineTone(static_cast<std::size_t>(sampleRateHz), 997, 0.5, static_cast<double>(sampleRateHz))) {}
 
   float at(std::int64_t frame) const { return samples_[static_cast<std::size_t>(frame % std::ssize(samples_))]; }
   void copy(std::int64_t first, std::int64_t frames, float* to) const {

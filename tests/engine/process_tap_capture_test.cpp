@@ -6,12 +6,13 @@
 
 #include "platform/audio_router_error.h"
 #include "support/engine_scene.h"
+#include "support/hardware_client.h"
 #include "support/ring_reading.h"
-#include "support/simulated_client.h"
 
 namespace brindlemux {
 namespace {
 
+using test::constantSignal;
 using test::interleavedFormat;
 using test::outputDevice;
 using test::playingProcess;
@@ -21,14 +22,10 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-SimulatedSignal constant(float value) {
-  return [value](std::int64_t, std::uint32_t) { return value; };
-}
-
 class ProcessTapCaptureTest : public testing::Test, public test::EngineScene {
  protected:
   const AudioObjectID speakers = hardware.addDevice(outputDevice("Speakers"));
-  const AudioObjectID player = hardware.addProcess(playingProcess(100, "com.example.Player", constant(0.25F)));
+  const AudioObjectID player = hardware.addProcess(playingProcess(100, "com.example.Player", constantSignal(0.25F)));
 
   std::string failure() {
     try {
@@ -91,7 +88,7 @@ TEST_F(ProcessTapCaptureTest, anEmptyListOfProcessesIsNotSystemAudio) {
 }
 
 TEST_F(ProcessTapCaptureTest, hearsItsProcessesOnly) {
-  hardware.addProcess(playingProcess(101, "com.example.Other", constant(0.5F)));
+  hardware.addProcess(playingProcess(101, "com.example.Other", constantSignal(0.5F)));
   ProcessTapCapture one(services, std::vector{player}, 128);
   ProcessTapCapture all(services, std::nullopt, 128);
   hardware.advance(256);

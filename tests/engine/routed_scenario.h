@@ -10,7 +10,7 @@
 
 #include "engine/device_engine.h"
 #include "support/engine_scene.h"
-#include "support/simulated_client.h"
+#include "support/hardware_client.h"
 
 namespace brindlemux::test {
 
@@ -29,12 +29,12 @@ class RoutedScenario : public EngineScene {
                           ScenarioClock clockChoice = ScenarioClock::defaultOutput)
       : converts_(rates == ScenarioRates::other) {
     virtualDevice = hardware.addDevice(atRate(loopbackDevice("BrindlemuxAudio_UID_A", 4), 44100));
-    hardware.addDevice(atRate(inputDevice("Microphone", 2, constant(microphoneLevel)), 44100));
+    hardware.addDevice(atRate(inputDevice("Microphone", 2, constantSignal(microphoneLevel)), 44100));
     speakers = hardware.addDevice(atRate(outputDevice("Speakers"), 96000));
     headphones = hardware.addDevice(atRate(outputDevice("Headphones"), 44100));
     if (clockChoice == ScenarioClock::defaultOutput) hardware.setDefaultOutputDevice(speakers);
-    hardware.addProcess(playingProcess(100, "com.example.Player", constant(playerLevel)));
-    hardware.addProcess(playingProcess(101, "com.example.Other", constant(otherLevel)));
+    hardware.addProcess(playingProcess(100, "com.example.Player", constantSignal(playerLevel)));
+    hardware.addProcess(playingProcess(101, "com.example.Other", constantSignal(otherLevel)));
     if (converts_) hardware.setTapFormat(interleavedFormat(44100, 2));
     routeEverything();
     engine = std::make_unique<DeviceEngine>("BrindlemuxAudio_UID_A", graph, services);
@@ -78,10 +78,6 @@ class RoutedScenario : public EngineScene {
   AudioObjectID headphones = kAudioObjectUnknown;
   DeviceGraph graph{"BrindlemuxAudio_UID_A"};
   std::unique_ptr<DeviceEngine> engine;
-
-  static SimulatedSignal constant(float value) {
-    return [value](std::int64_t, std::uint32_t) { return value; };
-  }
 
   SimulatedDevice atRate(SimulatedDevice device, double hertz) const {
     if (!converts_) return device;

@@ -4,12 +4,12 @@
 #include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
-#include <numbers>
 #include <vector>
 
 #include "engine/planar_buffer.h"
 #include "support/realtime_guard.h"
 #include "support/sine_fit.h"
+#include "support/sine_tone.h"
 
 namespace brindlemux {
 namespace {
@@ -44,12 +44,7 @@ class PlanarSource final : public ConverterSource {
 };
 
 std::vector<float> sine(double frequencyHz, double sampleRateHz, std::size_t frames) {
-  std::vector<float> samples(frames);
-  for (std::size_t i = 0; i < frames; ++i) {
-    const double phase = 2 * std::numbers::pi * frequencyHz * static_cast<double>(i) / sampleRateHz;
-    samples[i] = static_cast<float>(0.5 * std::sin(phase));
-  }
-  return samples;
+  return test::sineTone(frames, frequencyHz, 0.5, sampleRateHz);
 }
 
 /// Everything that the converter makes of a source, asked for in blocks of `capacity`.

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <unistd.h>
 
-#include "support/simulated_client.h"
+#include "support/hardware_client.h"
 
 namespace brindlemux::history {
 namespace {

@@ -1,8 +1,10 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "platform/discovery.h"
 #include "platform/simulated/counting_uuid_source.h"
@@ -22,6 +24,16 @@ struct SimulatedScene {
 
   std::vector<std::string> takeJournal() { return hardware.journal().take(); }
 };
+
+/// The same sample always, on every channel.
+inline SimulatedSignal constantSignal(float value) {
+  return [value](std::int64_t, std::uint32_t) { return value; };
+}
+
+/// Its own position: sample (frame, channel) is frame + 100000 * channel, exactly.
+inline float positionSignal(std::int64_t frame, std::uint32_t channel) {
+  return static_cast<float>(frame) + 100000.0F * static_cast<float>(channel);
+}
 
 inline SimulatedDevice namedDevice(const std::string& uid) {
   SimulatedDevice device;

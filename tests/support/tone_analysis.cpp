@@ -43,15 +43,6 @@ std::array<double, unknowns> solve(Equations rows) {
 
 }  // namespace
 
-std::vector<float> sineTone(std::size_t frames, double frequencyHz, double amplitude, double sampleRateHz) {
-  std::vector<float> tone(frames);
-  for (std::size_t frame = 0; frame < frames; ++frame) {
-    tone[frame] =
-        static_cast<float>(amplitude * std::sin(fullCircle * frequencyHz * static_cast<double>(frame) / sampleRateHz));
-  }
-  return tone;
-}
-
 double toneAmplitude(std::span<const float> signal, double frequencyHz, double sampleRateHz) {
   Equations normal = {};
   for (std::size_t frame = 0; frame < signal.size(); ++frame) {

@@ -1,13 +1,10 @@
 #pragma once
 
-#include <cstddef>
 #include <span>
-#include <vector>
+
+#include "support/sine_tone.h"  // what is analysed
 
 namespace brindlemux::test {
-
-/// amplitude * sin(2 pi frequency n / rate) for n = 0 .. frames - 1, computed in double and rounded once.
-std::vector<float> sineTone(std::size_t frames, double frequencyHz, double amplitude, double sampleRateHz);
 
 /// The amplitude of the tone of that frequency in the signal: the sinusoid (of any phase) and offset that fit best in
 /// the sense of least squares, weighted by a Blackman-Harris window.

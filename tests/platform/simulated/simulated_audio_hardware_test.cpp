@@ -5,24 +5,21 @@
 
 #include "platform/driver_config.h"
 #include "platform/simulated/virtual_scheduler.h"
-#include "support/simulated_client.h"
+#include "support/hardware_client.h"
 #include "support/simulated_scene.h"
 
 namespace brindlemux {
 namespace {
 
+using test::constantSignal;
 using test::inputDevice;
 using test::loopbackDevice;
 using test::outputDevice;
 using test::playingProcess;
+using test::positionSignal;
 using test::SimulatedScene;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-/// Its own position: sample (frame, channel) is frame + 10000 * channel.
-float positionSignal(std::int64_t frame, std::uint32_t channel) {
-  return static_cast<float>(frame) + 10000.0F * static_cast<float>(channel);
-}
 
 class SimulatedAudioHardwareTest : public testing::Test, public SimulatedScene {
  protected:
@@ -45,8 +42,8 @@ TEST_F(SimulatedAudioHardwareTest, inputArrivesBlockByBlockInTheDevicesLayout) {
   EXPECT_THAT(buffers, IsEmpty());
   hardware.advance(2);
   ASSERT_EQ(buffers.size(), 2U);
-  EXPECT_THAT(buffers[0], ElementsAre(0, 10000, 1, 10001, 2, 10002, 3, 10003));
-  EXPECT_THAT(buffers[1], ElementsAre(20000, 20001, 20002, 20003));
+  EXPECT_THAT(buffers[0], ElementsAre(0, 100000, 1, 100001, 2, 100002, 3, 100003));
+  EXPECT_THAT(buffers[1], ElementsAre(200000, 200001, 200002, 200003));
 }
 
 // 480 frames at 48000 Hz are 441 at 44100: 4 blocks of 100 and an unfinished one.
@@ -89,7 +86,7 @@ TEST_F(SimulatedAudioHardwareTest, loopbackHearsUnitsAndProcessesInTheSameCycle)
   SimulatedDevice device = loopbackDevice("Virtual", 2);
   device.bufferFrames = 2;
   const AudioObjectID id = hardware.addDevice(device);
-  SimulatedProcess process = playingProcess(7, std::nullopt, [](std::int64_t, std::uint32_t) { return 0.25F; });
+  SimulatedProcess process = playingProcess(7, std::nullopt, constantSignal(0.25F));
   process.outputUID = "Virtual";
   hardware.addProcess(process);
   play(id, 2, 0.5F);
@@ -101,10 +98,9 @@ TEST_F(SimulatedAudioHardwareTest, loopbackHearsUnitsAndProcessesInTheSameCycle)
 
 TEST_F(SimulatedAudioHardwareTest, tapHearsItsSelectionOfPlayingProcesses) {
   hardware.addDevice(outputDevice("Speakers"));
-  const auto constant = [](float value) { return [value](std::int64_t, std::uint32_t) { return value; }; };
-  const AudioObjectID one = hardware.addProcess(playingProcess(1, std::nullopt, constant(1)));
-  hardware.addProcess(playingProcess(2, std::nullopt, constant(2)));
-  SimulatedProcess paused = playingProcess(3, std::nullopt, constant(4));
+  const AudioObjectID one = hardware.addProcess(playingProcess(1, std::nullopt, constantSignal(1)));
+  hardware.addProcess(playingProcess(2, std::nullopt, constantSignal(2)));
+  SimulatedProcess paused = playingProcess(3, std::nullopt, constantSignal(4));
   paused.isPlaying = false;
   hardware.addProcess(paused);
 

@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 #include <numeric>
 
-#include "support/simulated_client.h"
+#include "support/hardware_client.h"
 #include "support/simulated_scene.h"
 
 namespace brindlemux {
@@ -16,15 +16,11 @@ using test::interleavedFormat;
 using test::loopbackDevice;
 using test::outputDevice;
 using test::playingProcess;
+using test::positionSignal;
 using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
-
-/// Its own position: sample (frame, channel) is frame + 100000 * channel.
-float positionSignal(std::int64_t frame, std::uint32_t channel) {
-  return static_cast<float>(frame) + 100000.0F * static_cast<float>(channel);
-}
 
 class SimulatedCyclesTest : public testing::Test, public test::SimulatedScene {
  protected:

@@ -6,7 +6,7 @@
 #include <set>
 #include <thread>
 
-#include "support/simulated_client.h"
+#include "support/hardware_client.h"
 #include "support/simulated_scene.h"
 #include "support/wait_until.h"
 
