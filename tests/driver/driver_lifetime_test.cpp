@@ -2,11 +2,13 @@
 #include <csignal>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 
 #include "driver/driver_fixture.h"
 #include "driver/property_client.h"
 #include "driver/recording.h"
+#include "support/held_process.h"
 #include "support/tone_analysis.h"
 #include "support/wait_until.h"
 
@@ -25,6 +27,26 @@ class DriverLifetime : public DriverFixture {
     }
     return {};
   }
+};
+
+/// A device with a stream whose channels change while the session manager is held: as that does not answer, it leaves
+/// the stream where it is, and the old nodes wait for it.
+class UnansweredHandover {
+ public:
+  explicit UnansweredHandover(PrivateServer& server)
+      : client(server), recording_(server, nativeRecorder("a.source", 2), "r.wav") {
+    EXPECT_TRUE(recording_.waitForMore(4800));
+    sessionManager_.emplace(server.processId("wireplumber"));
+    client.write(encodeDriverPayload({{"a", "A", 4}}));
+    EXPECT_EQ(client.globalsNamed("a").size(), 2u);
+  }
+  void letAnswer() { sessionManager_.reset(); }
+
+  PropertyClient client;
+
+ private:
+  Recording recording_;
+  std::optional<HeldProcess> sessionManager_;
 };
 
 TEST_F(DriverLifetime, unloadingTakesEverythingAway) {
@@ -56,51 +78,32 @@ TEST_F(DriverLifetime, theServerEndsOrderlyWithDevicesAndClients) {
 
 TEST_F(DriverLifetime, theServerEndsOrderlyWhileStreamsAreHandedOver) {
   publish({{"a", "A", 2}});
-  Recording recording(server_, nativeRecorder("a.source", 2), "r.wav");
-  ASSERT_TRUE(recording.waitForMore(4800));
-  PropertyClient client(server_);
-  // A session manager that does not answer leaves the stream where it is: the old nodes wait for it.
-  const pid_t sessionManager = server_.processId("wireplumber");
-  ASSERT_EQ(kill(sessionManager, SIGSTOP), 0);
-  client.write(R"({"devices":[{"uid":"a","name":"A","channels":4}]})");
-  EXPECT_EQ(client.globalsNamed("a").size(), 2u);
+  UnansweredHandover handover(server_);
   const pid_t pipewire = server_.processId("pipewire");
   ASSERT_EQ(kill(pipewire, SIGTERM), 0);
   EXPECT_TRUE(waitUntil([&] { return kill(pipewire, 0) != 0; }));
-  ASSERT_EQ(kill(sessionManager, SIGCONT), 0);
+  handover.letAnswer();
   const std::string said = server_.waitForEnd();
   EXPECT_NE(said.find("pipewire ended with status 0"), std::string::npos) << said;
 }
 
 TEST_F(DriverLifetime, unloadingWhileStreamsAreHandedOver) {
   publish({{"a", "A", 2}});
-  Recording recording(server_, nativeRecorder("a.source", 2), "r.wav");
-  ASSERT_TRUE(recording.waitForMore(4800));
-  PropertyClient client(server_);
-  const pid_t sessionManager = server_.processId("wireplumber");
-  ASSERT_EQ(kill(sessionManager, SIGSTOP), 0);
-  client.write(R"({"devices":[{"uid":"a","name":"A","channels":4}]})");
-  EXPECT_EQ(client.globalsNamed("a").size(), 2u);
-  const auto module = client.globalsNamed("libpipewire-module-brindlemux-driver");
+  UnansweredHandover handover(server_);
+  const auto module = handover.client.globalsNamed("libpipewire-module-brindlemux-driver");
   ASSERT_EQ(module.size(), 1u);
-  client.destroy(module.front());
-  EXPECT_EQ(client.globalsNamed("a").size(), 0u);
-  ASSERT_EQ(kill(sessionManager, SIGCONT), 0);
-  EXPECT_TRUE(client.synchronise());
+  handover.client.destroy(module.front());
+  EXPECT_EQ(handover.client.globalsNamed("a").size(), 0u);
+  handover.letAnswer();
+  EXPECT_TRUE(handover.client.synchronise());
   EXPECT_TRUE(server_.running());
 }
 
 TEST_F(DriverLifetime, aHandoverThatNobodyAnswersEndsByItself) {
   publish({{"a", "A", 2}});
-  Recording recording(server_, nativeRecorder("a.source", 2), "r.wav");
-  ASSERT_TRUE(recording.waitForMore(4800));
-  PropertyClient client(server_);
-  const pid_t sessionManager = server_.processId("wireplumber");
-  ASSERT_EQ(kill(sessionManager, SIGSTOP), 0);
-  client.write(R"({"devices":[{"uid":"a","name":"A","channels":4}]})");
-  EXPECT_EQ(client.globalsNamed("a").size(), 2u);
+  UnansweredHandover handover(server_);
+  PropertyClient& client = handover.client;
   EXPECT_TRUE(waitUntil([&] { return client.synchronise() && client.globalsNamed("a").size() == 1; }));
-  ASSERT_EQ(kill(sessionManager, SIGCONT), 0);
 }
 
 TEST_F(DriverLifetime, aNodeThatAClientDestroysComesBack) {

@@ -28,13 +28,8 @@ const pw_registry_events LinkWatch::registryEvents = [] {
   return events;
 }();
 
-LinkWatch::LinkWatch(const PrivateServer& server) {
-  pw_init(nullptr, nullptr);
-  loop_ = pw_thread_loop_new("links", nullptr);
-  context_ = pw_context_new(pw_thread_loop_get_loop(loop_), nullptr, 0);
-  core_ = pw_context_connect(context_, pw_properties_new(PW_KEY_REMOTE_NAME, server.socket().c_str(), nullptr), 0);
-  if (core_ == nullptr) throw std::runtime_error("there is no server");
-  registry_ = pw_core_get_registry(core_, PW_VERSION_REGISTRY, 0);
+LinkWatch::LinkWatch(const PrivateServer& server) : client_(server) {
+  registry_ = pw_core_get_registry(client_.core(), PW_VERSION_REGISTRY, 0);
   pw_registry_add_listener(registry_, &listener_, &registryEvents, this);
 
   // What is there already comes before the answer to this.
@@ -44,26 +39,23 @@ LinkWatch::LinkWatch(const PrivateServer& server) {
     events.done = [](void* data, std::uint32_t, int) {
       auto& self = *static_cast<LinkWatch*>(data);
       self.begun_ = true;
-      pw_thread_loop_signal(self.loop_, false);
+      pw_thread_loop_signal(self.client_.loop(), false);
     };
     return events;
   }();
-  pw_core_add_listener(core_, &coreListener_, &coreEvents, this);
-  pw_core_sync(core_, PW_ID_CORE, 0);
-  pw_thread_loop_lock(loop_);
-  pw_thread_loop_start(loop_);
-  while (!begun_ && pw_thread_loop_timed_wait(loop_, 10) == 0) {
+  pw_core_add_listener(client_.core(), &coreListener_, &coreEvents, this);
+  pw_core_sync(client_.core(), PW_ID_CORE, 0);
+  pw_thread_loop_lock(client_.loop());
+  client_.start();
+  while (!begun_ && pw_thread_loop_timed_wait(client_.loop(), 10) == 0) {
   }
-  pw_thread_loop_unlock(loop_);
+  pw_thread_loop_unlock(client_.loop());
   if (!begun_) throw std::runtime_error("the server does not answer");
 }
 
 LinkWatch::~LinkWatch() {
-  pw_thread_loop_stop(loop_);
+  client_.stop();
   pw_proxy_destroy(reinterpret_cast<pw_proxy*>(registry_));
-  pw_core_disconnect(core_);
-  pw_context_destroy(context_);
-  pw_thread_loop_destroy(loop_);
 }
 
 void LinkWatch::add(std::uint32_t id, const char* type, const spa_dict& properties) {

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "support/private_server.h"
+#include "support/server_client.h"
 
 namespace brindlemux::test {
 
@@ -38,9 +39,7 @@ class LinkWatch {
   void remove(std::uint32_t id);
   void countPorts();
 
-  pw_thread_loop* loop_ = nullptr;
-  pw_context* context_ = nullptr;
-  pw_core* core_ = nullptr;
+  ServerClient client_;
   pw_registry* registry_ = nullptr;
   spa_hook listener_ = {};
   spa_hook coreListener_ = {};

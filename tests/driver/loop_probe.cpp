@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <spa/param/audio/format-utils.h>
-#include <stdexcept>
 
 #include "support/wait_until.h"
 
@@ -31,32 +30,23 @@ const pw_stream_events LoopProbe::recordEvents = [] {
 }();
 
 LoopProbe::LoopProbe(const PrivateServer& server, const std::string& playTarget, const std::string& recordTarget)
-    : left_(mostFrames), right_(mostFrames) {
-  pw_init(nullptr, nullptr);
-  loop_ = pw_thread_loop_new("probe", nullptr);
-  context_ = pw_context_new(pw_thread_loop_get_loop(loop_),
-                            pw_properties_new(PW_KEY_CONFIG_NAME, "client-rt.conf", nullptr), 0);
-  core_ = pw_context_connect(context_, pw_properties_new(PW_KEY_REMOTE_NAME, server.socket().c_str(), nullptr), 0);
-  if (core_ == nullptr) throw std::runtime_error("there is no server");
+    : client_(server, ServerClient::DataThread::realtime), left_(mostFrames), right_(mostFrames) {
   player_ = connect(PW_DIRECTION_OUTPUT, playTarget, playEvents, playerListener_);
   recorder_ = connect(PW_DIRECTION_INPUT, recordTarget, recordEvents, recorderListener_);
-  pw_thread_loop_start(loop_);
+  client_.start();
 }
 
 LoopProbe::~LoopProbe() {
-  pw_thread_loop_stop(loop_);
+  client_.stop();
   pw_stream_destroy(player_);
   pw_stream_destroy(recorder_);
-  pw_core_disconnect(core_);
-  pw_context_destroy(context_);
-  pw_thread_loop_destroy(loop_);
 }
 
 pw_stream* LoopProbe::connect(pw_direction direction, const std::string& target, const pw_stream_events& events,
                               spa_hook& listener) {
   const char* const name = direction == PW_DIRECTION_OUTPUT ? "probe.player" : "probe.recorder";
   pw_stream* const stream =
-      pw_stream_new(core_, name,
+      pw_stream_new(client_.core(), name,
                     pw_properties_new(PW_KEY_MEDIA_TYPE, "Audio", PW_KEY_MEDIA_CATEGORY,
                                       direction == PW_DIRECTION_OUTPUT ? "Playback" : "Capture", PW_KEY_NODE_NAME, name,
                                       PW_KEY_TARGET_OBJECT, target.c_str(), nullptr));

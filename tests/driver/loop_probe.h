@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "support/private_server.h"
+#include "support/server_client.h"
 
 namespace brindlemux::test {
 
@@ -42,9 +43,7 @@ class LoopProbe {
   void play() noexcept;
   void record() noexcept;
 
-  pw_thread_loop* loop_ = nullptr;
-  pw_context* context_ = nullptr;
-  pw_core* core_ = nullptr;
+  ServerClient client_;
   pw_stream* player_ = nullptr;
   pw_stream* recorder_ = nullptr;
   spa_hook playerListener_ = {};

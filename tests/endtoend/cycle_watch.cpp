@@ -7,7 +7,6 @@
 #include <spa/pod/iter.h>
 #include <spa/pod/parser.h>
 #include <spa/utils/string.h>
-#include <stdexcept>
 #include <utility>
 
 // The server's macros cast in C's way.
@@ -32,7 +31,7 @@ std::string nameOf(const spa_pod& block) {
 
 }  // namespace
 
-CycleWatch::CycleWatch(const PrivateServer& server) {
+CycleWatch::CycleWatch(const PrivateServer& server) : client_(server) {
   static const pw_registry_events registryEvents = [] {
     pw_registry_events events = {};
     events.version = PW_VERSION_REGISTRY_EVENTS;
@@ -41,24 +40,16 @@ CycleWatch::CycleWatch(const PrivateServer& server) {
     };
     return events;
   }();
-  pw_init(nullptr, nullptr);
-  loop_ = pw_thread_loop_new("cycles", nullptr);
-  context_ = pw_context_new(pw_thread_loop_get_loop(loop_), nullptr, 0);
-  pw_context_load_module(context_, PW_EXTENSION_MODULE_PROFILER, nullptr, nullptr);
-  core_ = pw_context_connect(context_, pw_properties_new(PW_KEY_REMOTE_NAME, server.socket().c_str(), nullptr), 0);
-  if (core_ == nullptr) throw std::runtime_error("there is no server");
-  registry_ = pw_core_get_registry(core_, PW_VERSION_REGISTRY, 0);
+  pw_context_load_module(client_.context(), PW_EXTENSION_MODULE_PROFILER, nullptr, nullptr);
+  registry_ = pw_core_get_registry(client_.core(), PW_VERSION_REGISTRY, 0);
   pw_registry_add_listener(registry_, &registryHook_, &registryEvents, this);
-  pw_thread_loop_start(loop_);
+  client_.start();
 }
 
 CycleWatch::~CycleWatch() {
-  pw_thread_loop_stop(loop_);
+  client_.stop();
   if (profiler_ != nullptr) pw_proxy_destroy(reinterpret_cast<pw_proxy*>(profiler_));
   pw_proxy_destroy(reinterpret_cast<pw_proxy*>(registry_));
-  pw_core_disconnect(core_);
-  pw_context_destroy(context_);
-  pw_thread_loop_destroy(loop_);
 }
 
 void CycleWatch::bind(std::uint32_t id) {

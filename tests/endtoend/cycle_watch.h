@@ -8,6 +8,7 @@
 #include <string>
 
 #include "support/private_server.h"
+#include "support/server_client.h"
 
 struct pw_profiler;
 struct spa_pod;
@@ -32,9 +33,7 @@ class CycleWatch {
   void bind(std::uint32_t id);
   void take(const spa_pod* profile);
 
-  pw_thread_loop* loop_ = nullptr;
-  pw_context* context_ = nullptr;
-  pw_core* core_ = nullptr;
+  ServerClient client_;
   pw_registry* registry_ = nullptr;
   pw_profiler* profiler_ = nullptr;
   spa_hook registryHook_ = {};

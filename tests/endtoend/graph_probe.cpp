@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <stdexcept>
 
 namespace brindlemux::test {
 namespace {
@@ -37,13 +36,8 @@ const pw_filter_events GraphProbe::listenEvents = [] {
   return events;
 }();
 
-GraphProbe::GraphProbe(const PrivateServer& server, std::size_t listeners) {
-  pw_init(nullptr, nullptr);
-  loop_ = pw_thread_loop_new("probe", nullptr);
-  context_ = pw_context_new(pw_thread_loop_get_loop(loop_),
-                            pw_properties_new(PW_KEY_CONFIG_NAME, "client-rt.conf", nullptr), 0);
-  core_ = pw_context_connect(context_, pw_properties_new(PW_KEY_REMOTE_NAME, server.socket().c_str(), nullptr), 0);
-  if (core_ == nullptr) throw std::runtime_error("there is no server");
+GraphProbe::GraphProbe(const PrivateServer& server, std::size_t listeners)
+    : client_(server, ServerClient::DataThread::realtime) {
   player_ = connect("probe.player", playEvents, playerHook_);
   listener_ = connect("probe.listener", listenEvents, listenerHook_);
   for (std::size_t i = 0; i < playerPorts_.size(); ++i) playerPorts_[i] = addPort(player_, PW_DIRECTION_OUTPUT, i + 1);
@@ -53,22 +47,19 @@ GraphProbe::GraphProbe(const PrivateServer& server, std::size_t listeners) {
   }
   pw_filter_connect(player_, PW_FILTER_FLAG_RT_PROCESS, nullptr, 0);
   pw_filter_connect(listener_, PW_FILTER_FLAG_RT_PROCESS, nullptr, 0);
-  pw_thread_loop_start(loop_);
+  client_.start();
 }
 
 GraphProbe::~GraphProbe() {
-  pw_thread_loop_stop(loop_);
+  client_.stop();
   pw_filter_destroy(player_);
   pw_filter_destroy(listener_);
-  pw_core_disconnect(core_);
-  pw_context_destroy(context_);
-  pw_thread_loop_destroy(loop_);
 }
 
 pw_filter* GraphProbe::connect(const char* name, const pw_filter_events& events, spa_hook& hook) {
   // What a client of the JACK interface calls itself, which the session manager leaves alone.
   pw_filter* const filter =
-      pw_filter_new(core_, name,
+      pw_filter_new(client_.core(), name,
                     pw_properties_new(PW_KEY_MEDIA_TYPE, "Audio", PW_KEY_MEDIA_CATEGORY, "Duplex", PW_KEY_MEDIA_ROLE,
                                       "DSP", PW_KEY_CLIENT_API, "jack", PW_KEY_NODE_NAME, name, nullptr));
   pw_filter_add_listener(filter, &hook, &events, this);

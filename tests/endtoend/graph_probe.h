@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "support/private_server.h"
+#include "support/server_client.h"
 
 namespace brindlemux::test {
 
@@ -72,9 +73,7 @@ class GraphProbe {
   void play(const spa_io_position& position) noexcept;
   void listen(const spa_io_position& position) noexcept;
 
-  pw_thread_loop* loop_ = nullptr;
-  pw_context* context_ = nullptr;
-  pw_core* core_ = nullptr;
+  ServerClient client_;
   pw_filter* player_ = nullptr;
   pw_filter* listener_ = nullptr;
   spa_hook playerHook_ = {};
