@@ -5,6 +5,7 @@
 #include <string>
 #include <tuple>
 
+#include "endtoend/graph_text.h"
 #include "endtoend/levels.h"
 #include "endtoend/numbered_samples.h"
 #include "endtoend/recorder.h"
@@ -16,7 +17,7 @@ namespace {
 /// A source and how its sound gets there.
 struct Origin {
   const char* name;
-  const char* kind;  ///< as the graphs file has it
+  std::string kind;  ///< as the graphs file has it
   std::unique_ptr<ChildProcess> (*play)(const RoutingSession& session, const std::filesystem::path& file);
   /// The last link of the way to the program.
   const char* output;
@@ -38,25 +39,7 @@ std::unique_ptr<ChildProcess> playToMicrophone(const RoutingSession& session, co
 /// The source's two channels to the device and the device to the headphones, all at unity gain. The block is one that a
 /// machine without real-time guarantees holds.
 std::string unityGraph(const std::string& kind) {
-  return R"({
-  "BrindlemuxAudio_UID_5D9F2C1E-0B6A-4C38-9E47-1A2B3C4D5E6F": {
-    "deviceUID": "BrindlemuxAudio_UID_5D9F2C1E-0B6A-4C38-9E47-1A2B3C4D5E6F",
-    "latencyFrames": 2048,
-    "sources": [{"id": "0F8FAD5B-D9CB-469F-A165-70867728950E", "kind": )" +
-         kind + R"(}],
-    "wires": [
-      {"sourceID": "0F8FAD5B-D9CB-469F-A165-70867728950E", "sourceChannel": 0, "outputChannel": 0},
-      {"sourceID": "0F8FAD5B-D9CB-469F-A165-70867728950E", "sourceChannel": 1, "outputChannel": 1}
-    ],
-    "monitors": [
-      {"id": "7C9E6679-7425-40DE-944B-E07FC1F90AE7", "deviceUID": "headphones", "name": "Headphones"}
-    ],
-    "monitorWires": [
-      {"outputChannel": 0, "monitorID": "7C9E6679-7425-40DE-944B-E07FC1F90AE7", "monitorChannel": 0},
-      {"outputChannel": 1, "monitorID": "7C9E6679-7425-40DE-944B-E07FC1F90AE7", "monitorChannel": 1}
-    ]
-  }
-})";
+  return graphText({{"latencyFrames", "2048"}}, {{kind, {{0, 0}, {1, 1}}}}, {{"headphones", {{0, 0}, {1, 1}}}});
 }
 
 class Continuity : public testing::TestWithParam<Origin> {};
@@ -99,15 +82,15 @@ TEST_P(Continuity, aMinuteIsUnchangedToTheLastBitAtDeviceAndMonitor) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Origins, Continuity,
-    testing::Values(Origin{"application", R"({"app": {"bundleID": "pw-cat", "name": "Player"}})", playToOutput,
-                           "pw-play:output_FR", "brindlemux.tap:input_2", Recorder::Of::output, "speakers"},
-                    Origin{"microphone", R"({"mic": {"deviceUID": "mic", "name": "Microphone"}})", playToMicrophone,
-                           "mic:capture_FR", "brindlemux.input.mic:input_2", Recorder::Of::input, "mic"},
-                    Origin{"systemAudio", R"({"systemAudio": {}})", playToOutput, "pw-play:output_FR",
-                           "brindlemux.tap:input_2", Recorder::Of::output, "speakers"}),
-    [](const auto& test) { return std::string(test.param.name); });
+INSTANTIATE_TEST_SUITE_P(Origins, Continuity,
+                         testing::Values(Origin{"application", applicationKind("pw-cat"), playToOutput,
+                                                "pw-play:output_FR", "brindlemux.tap:input_2", Recorder::Of::output,
+                                                "speakers"},
+                                         Origin{"microphone", inputKind("mic"), playToMicrophone, "mic:capture_FR",
+                                                "brindlemux.input.mic:input_2", Recorder::Of::input, "mic"},
+                                         Origin{"systemAudio", systemAudioKind(), playToOutput, "pw-play:output_FR",
+                                                "brindlemux.tap:input_2", Recorder::Of::output, "speakers"}),
+                         [](const auto& test) { return std::string(test.param.name); });
 
 }  // namespace
 }  // namespace brindlemux::test

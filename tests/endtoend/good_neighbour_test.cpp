@@ -8,6 +8,7 @@
 #include <tuple>
 #include <vector>
 
+#include "endtoend/graph_text.h"
 #include "endtoend/levels.h"
 #include "endtoend/routing_session.h"
 #include "support/server_dump.h"
@@ -18,41 +19,15 @@ namespace brindlemux::test {
 namespace {
 
 /// All system audio to the device, and a monitor that is switched off: nothing of it needs hardware.
-constexpr const char* quietGraph = R"({
-  "BrindlemuxAudio_UID_5D9F2C1E-0B6A-4C38-9E47-1A2B3C4D5E6F": {
-    "deviceUID": "BrindlemuxAudio_UID_5D9F2C1E-0B6A-4C38-9E47-1A2B3C4D5E6F",
-    "sources": [{"id": "0F8FAD5B-D9CB-469F-A165-70867728950E", "kind": {"systemAudio": {}}}],
-    "wires": [
-      {"sourceID": "0F8FAD5B-D9CB-469F-A165-70867728950E", "sourceChannel": 0, "outputChannel": 0},
-      {"sourceID": "0F8FAD5B-D9CB-469F-A165-70867728950E", "sourceChannel": 1, "outputChannel": 1}
-    ],
-    "monitors": [
-      {"id": "7C9E6679-7425-40DE-944B-E07FC1F90AE7", "deviceUID": "headphones", "name": "Headphones", "enabled": false}
-    ]
-  }
-})";
+std::string quietGraph() {
+  return graphText({}, {{systemAudioKind(), {{0, 0}, {1, 1}}}}, {{"headphones", {}, {{"enabled", "false"}}}});
+}
 
 /// Everything that a route can have: a microphone, all system audio, the device and a monitor.
-constexpr const char* fullGraph = R"({
-  "BrindlemuxAudio_UID_5D9F2C1E-0B6A-4C38-9E47-1A2B3C4D5E6F": {
-    "deviceUID": "BrindlemuxAudio_UID_5D9F2C1E-0B6A-4C38-9E47-1A2B3C4D5E6F",
-    "latencyFrames": 1024,
-    "sources": [
-      {"id": "0F8FAD5B-D9CB-469F-A165-70867728950E", "kind": {"systemAudio": {}}},
-      {"id": "16FD2706-8BAF-433B-82EB-8C7FADA847DA", "kind": {"mic": {"deviceUID": "mic", "name": "Microphone"}}}
-    ],
-    "wires": [
-      {"sourceID": "0F8FAD5B-D9CB-469F-A165-70867728950E", "sourceChannel": 0, "outputChannel": 0},
-      {"sourceID": "16FD2706-8BAF-433B-82EB-8C7FADA847DA", "sourceChannel": 0, "outputChannel": 1}
-    ],
-    "monitors": [
-      {"id": "7C9E6679-7425-40DE-944B-E07FC1F90AE7", "deviceUID": "headphones", "name": "Headphones"}
-    ],
-    "monitorWires": [
-      {"outputChannel": 0, "monitorID": "7C9E6679-7425-40DE-944B-E07FC1F90AE7", "monitorChannel": 0}
-    ]
-  }
-})";
+std::string fullGraph() {
+  return graphText({{"latencyFrames", "1024"}}, {{systemAudioKind(), {{0, 0}}}, {inputKind("mic"), {{0, 1}}}},
+                   {{"headphones", {{0, 0}}}});
+}
 
 class GoodNeighbour : public testing::Test {
  protected:
@@ -89,7 +64,7 @@ class GoodNeighbour : public testing::Test {
 };
 
 TEST_F(GoodNeighbour, everyDefaultAndEverySettingStaysWhileRoutesComeAndGo) {
-  RoutingSession session(2, fullGraph, RoutingSession::Program::absent);
+  RoutingSession session(2, fullGraph(), RoutingSession::Program::absent);
   const auto tone =
       session.writeStereo("tone.wav", sineTone(60 * second, 1000, 0.1, rate), sineTone(60 * second, 1000, 0.1, rate));
   const auto player = session.play(tone);
@@ -108,7 +83,7 @@ TEST_F(GoodNeighbour, everyDefaultAndEverySettingStaysWhileRoutesComeAndGo) {
 }
 
 TEST_F(GoodNeighbour, ofAKilledProgramNothingIsLeft) {
-  RoutingSession session(2, fullGraph, RoutingSession::Program::absent);
+  RoutingSession session(2, fullGraph(), RoutingSession::Program::absent);
   const Picture before = picture(session);
   const auto program = session.startAgain();
   ASSERT_TRUE(session.waitUntilLinked("brindlemux.output.headphones:output_1", "headphones:playback_FL") &&
@@ -121,7 +96,7 @@ TEST_F(GoodNeighbour, ofAKilledProgramNothingIsLeft) {
 }
 
 TEST_F(GoodNeighbour, sleepingHardwareSleepsOn) {
-  RoutingSession session(2, quietGraph, RoutingSession::Program::absent);
+  RoutingSession session(2, quietGraph(), RoutingSession::Program::absent);
   const std::vector<std::string> hardware = {"speakers", "headphones", "mic"};
   const auto sleeps = [&](const std::string& name) { return stateOf(session, name) == "suspended"; };
   // The session manager lets a device sleep after five seconds.

@@ -9,6 +9,7 @@
 #include "app/controller/app_state.h"
 #include "app/event_loop.h"
 #include "endtoend/controller_session.h"
+#include "endtoend/graph_text.h"
 #include "endtoend/levels.h"
 #include "endtoend/recorder.h"
 #include "endtoend/routing_session.h"
@@ -22,30 +23,11 @@ using namespace std::chrono_literals;
 
 /// Two applications on a device of 4 channels: "steady" on the outputs 0 and 1, which the headphones play, and
 /// "neighbour" on the outputs 2 and 3. The block is one that a machine without real-time guarantees holds.
-constexpr const char* graph = R"({
-  "BrindlemuxAudio_UID_5D9F2C1E-0B6A-4C38-9E47-1A2B3C4D5E6F": {
-    "deviceUID": "BrindlemuxAudio_UID_5D9F2C1E-0B6A-4C38-9E47-1A2B3C4D5E6F",
-    "masterGain": 0.5,
-    "latencyFrames": 2048,
-    "sources": [
-      {"id": "0F8FAD5B-D9CB-469F-A165-70867728950E", "kind": {"app": {"bundleID": "steady", "name": "Steady"}}},
-      {"id": "3F333DF6-90A4-4FDA-8DD3-9485D27CEE36", "kind": {"app": {"bundleID": "neighbour", "name": "Neighbour"}}}
-    ],
-    "wires": [
-      {"sourceID": "0F8FAD5B-D9CB-469F-A165-70867728950E", "sourceChannel": 0, "outputChannel": 0},
-      {"sourceID": "0F8FAD5B-D9CB-469F-A165-70867728950E", "sourceChannel": 1, "outputChannel": 1},
-      {"sourceID": "3F333DF6-90A4-4FDA-8DD3-9485D27CEE36", "sourceChannel": 0, "outputChannel": 2},
-      {"sourceID": "3F333DF6-90A4-4FDA-8DD3-9485D27CEE36", "sourceChannel": 1, "outputChannel": 3}
-    ],
-    "monitors": [
-      {"id": "7C9E6679-7425-40DE-944B-E07FC1F90AE7", "deviceUID": "headphones", "name": "Headphones"}
-    ],
-    "monitorWires": [
-      {"outputChannel": 0, "monitorID": "7C9E6679-7425-40DE-944B-E07FC1F90AE7", "monitorChannel": 0},
-      {"outputChannel": 1, "monitorID": "7C9E6679-7425-40DE-944B-E07FC1F90AE7", "monitorChannel": 1}
-    ]
-  }
-})";
+std::string twoApplications() {
+  return graphText({{"masterGain", "0.5"}, {"latencyFrames", "2048"}},
+                   {{applicationKind("steady"), {{0, 0}, {1, 1}}}, {applicationKind("neighbour"), {{0, 2}, {1, 3}}}},
+                   {{"headphones", {{0, 0}, {1, 1}}}});
+}
 
 /// The program in this process, with the steady application at work, and whoever misbehaves beside it.
 class HostileNeighbours : public testing::Test {
@@ -96,7 +78,7 @@ class HostileNeighbours : public testing::Test {
   }
   /// Whether the steady application's meter shows it: peaks of 0.5 and 0.25, of a tap at most a sample off.
   bool isMetered() {
-    const auto source = UUID::parse("0F8FAD5B-D9CB-469F-A165-70867728950E");
+    const auto source = UUID::parse(sourceIDInText(0));
     return eventually([&] {
       const auto snapshot = program.state.meters().find(uid);
       if (snapshot == program.state.meters().end()) return false;
@@ -123,7 +105,7 @@ class HostileNeighbours : public testing::Test {
     return session.server().run({"pw-metadata", "-n", "com.brindlemux.driver", subject, key, value}).status == 0;
   }
 
-  RoutingSession session{4, graph, RoutingSession::Program::absent};
+  RoutingSession session{4, twoApplications(), RoutingSession::Program::absent};
   const std::string uid = RoutingSession::deviceUID;
   ControllerSession program{session};
   std::unique_ptr<ChildProcess> steady;

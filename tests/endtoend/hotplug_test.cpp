@@ -15,6 +15,7 @@
 #include "app/controller/app_state.h"
 #include "app/event_loop.h"
 #include "endtoend/controller_session.h"
+#include "endtoend/graph_text.h"
 #include "endtoend/levels.h"
 #include "endtoend/numbered_samples.h"
 #include "endtoend/patch.h"
@@ -31,34 +32,11 @@ constexpr const char* roundsVariable = "BRINDLEMUX_HOTPLUG_ROUNDS";
 
 /// The application's channels to the first two of the device and to both outputs; an input's first to the third and its
 /// second and its sixteenth to the fourth.
-constexpr const char* graph = R"({
-  "BrindlemuxAudio_UID_5D9F2C1E-0B6A-4C38-9E47-1A2B3C4D5E6F": {
-    "deviceUID": "BrindlemuxAudio_UID_5D9F2C1E-0B6A-4C38-9E47-1A2B3C4D5E6F",
-    "latencyFrames": 2048,
-    "sources": [
-      {"id": "0F8FAD5B-D9CB-469F-A165-70867728950E", "kind": {"app": {"bundleID": "pw-cat", "name": "Player"}}},
-      {"id": "1F8FAD5B-D9CB-469F-A165-70867728950E", "kind": {"mic": {"deviceUID": "usb-in", "name": "Interface"}}}
-    ],
-    "wires": [
-      {"sourceID": "0F8FAD5B-D9CB-469F-A165-70867728950E", "sourceChannel": 0, "outputChannel": 0},
-      {"sourceID": "0F8FAD5B-D9CB-469F-A165-70867728950E", "sourceChannel": 1, "outputChannel": 1},
-      {"sourceID": "1F8FAD5B-D9CB-469F-A165-70867728950E", "sourceChannel": 0, "outputChannel": 2},
-      {"sourceID": "1F8FAD5B-D9CB-469F-A165-70867728950E", "sourceChannel": 1, "outputChannel": 3},
-      {"sourceID": "1F8FAD5B-D9CB-469F-A165-70867728950E", "sourceChannel": 15, "outputChannel": 3}
-    ],
-    "monitors": [
-      {"id": "7C9E6679-7425-40DE-944B-E07FC1F90AE7", "deviceUID": "headphones", "name": "Headphones"},
-      {"id": "8C9E6679-7425-40DE-944B-E07FC1F90AE7", "deviceUID": "usb-out", "name": "Interface"}
-    ],
-    "monitorWires": [
-      {"outputChannel": 0, "monitorID": "7C9E6679-7425-40DE-944B-E07FC1F90AE7", "monitorChannel": 0},
-      {"outputChannel": 1, "monitorID": "7C9E6679-7425-40DE-944B-E07FC1F90AE7", "monitorChannel": 1},
-      {"outputChannel": 0, "monitorID": "8C9E6679-7425-40DE-944B-E07FC1F90AE7", "monitorChannel": 0},
-      {"outputChannel": 1, "monitorID": "8C9E6679-7425-40DE-944B-E07FC1F90AE7", "monitorChannel": 1},
-      {"outputChannel": 1, "monitorID": "8C9E6679-7425-40DE-944B-E07FC1F90AE7", "monitorChannel": 15}
-    ]
-  }
-})";
+std::string interfaceGraph() {
+  return graphText({{"latencyFrames", "2048"}},
+                   {{applicationKind("pw-cat"), {{0, 0}, {1, 1}}}, {inputKind("usb-in"), {{0, 2}, {1, 3}, {15, 3}}}},
+                   {{"headphones", {{0, 0}, {1, 1}}}, {"usb-out", {{0, 0}, {1, 1}, {1, 15}}}});
+}
 
 struct Profile {
   int channels;
@@ -190,7 +168,7 @@ class Hotplug : public testing::Test {
     return text + "\n" + session_.report();
   }
 
-  RoutingSession session_{4, graph, RoutingSession::Program::absent};
+  RoutingSession session_{4, interfaceGraph(), RoutingSession::Program::absent};
   ControllerSession program_{session_};
   Ears ears_;
   std::unique_ptr<ChildProcess> player_;

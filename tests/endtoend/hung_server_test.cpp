@@ -16,6 +16,7 @@
 #include "endtoend/event_loop_watch.h"
 #include "endtoend/noisy_desktop.h"
 #include "endtoend/routing_session.h"
+#include "support/held_process.h"
 #include "support/repetitions.h"
 #include "support/wait_until.h"
 
@@ -26,18 +27,6 @@ using namespace std::chrono_literals;
 
 constexpr const char* hangsVariable = "BRINDLEMUX_SERVER_HANGS";
 
-/// Keeps the server from doing anything while it lives.
-class Hang {
- public:
-  explicit Hang(const PrivateServer& server) : server_(server.processId("pipewire")) { ::kill(server_, SIGSTOP); }
-  ~Hang() { ::kill(server_, SIGCONT); }
-  Hang(const Hang&) = delete;
-  Hang& operator=(const Hang&) = delete;
-
- private:
-  const pid_t server_;
-};
-
 constexpr auto waitForProgram = [](auto condition, std::chrono::milliseconds deadline) {
   return waitUntil(condition, deadline);
 };
@@ -47,9 +36,7 @@ constexpr auto waitOnEventLoop = [](auto condition, std::chrono::milliseconds de
 
 TEST(HungServer, doesNotHoldTheEventLoop) {
   // pw-play at times falls silent for good when blocks change under it, as they do here.
-  std::string graphs = noisyGraph;
-  graphs.replace(graphs.find("pw-cat"), 6, "pacat");
-  RoutingSession session(noisyChannels, graphs, RoutingSession::Program::absent);
+  RoutingSession session(noisyChannels, noisyGraph("pacat"), RoutingSession::Program::absent);
   ControllerSession program(session);
   AppState& state = program.state;
   NoisyDesktop desktop(session, waitOnEventLoop, "paplay");
@@ -82,7 +69,7 @@ TEST(HungServer, doesNotHoldTheEventLoop) {
   const int rounds = repetitions(hangsVariable, 1);
   for (int round = 0; round < rounds && !HasFailure(); ++round) {
     {
-      const Hang hang(session.server());
+      const HeldProcess server(session.server().processId("pipewire"));
       EventLoopWatch watch;
       for (const auto& [name, action] : actions) {
         watch.forget();
@@ -114,19 +101,19 @@ TEST(HungServer, doesNotHoldTheEventLoop) {
 }
 
 TEST(HungServer, doesNotKeepTheProgramFromEnding) {
-  RoutingSession session(noisyChannels, noisyGraph);
+  RoutingSession session(noisyChannels, noisyGraph());
   NoisyDesktop desktop(session, waitForProgram);
   ASSERT_TRUE(desktop.waitForWholeSound()) << testing::PrintToString(desktop.levels()) << session.report();
-  const Hang hang(session.server());
+  const HeldProcess server(session.server().processId("pipewire"));
   EXPECT_EQ(session.program().stop(SIGTERM), 0) << session.report();
 }
 
 TEST(HungServer, isWaitedForByAProgramThatStarts) {
-  RoutingSession session(noisyChannels, noisyGraph, RoutingSession::Program::absent);
+  RoutingSession session(noisyChannels, noisyGraph(), RoutingSession::Program::absent);
   NoisyDesktop desktop(session, waitForProgram);
   std::unique_ptr<ChildProcess> program;
   {
-    const Hang hang(session.server());
+    const HeldProcess server(session.server().processId("pipewire"));
     program = session.startAgain();
     // As a program that has come up, it takes the file's lock and shows its window.
     ASSERT_TRUE(

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "endtoend/controller_session.h"
+#include "endtoend/graph_text.h"
 #include "endtoend/levels.h"
 #include "endtoend/patch.h"
 #include "endtoend/routing_session.h"
@@ -19,34 +20,15 @@ namespace brindlemux::test {
 
 inline constexpr int noisyChannels = 6;
 
-/// An application, a microphone and all system audio, each to two channels of the device; the application's left and
-/// the microphone's left to the headphones.
-inline constexpr const char* noisyGraph = R"({
-  "BrindlemuxAudio_UID_5D9F2C1E-0B6A-4C38-9E47-1A2B3C4D5E6F": {
-    "deviceUID": "BrindlemuxAudio_UID_5D9F2C1E-0B6A-4C38-9E47-1A2B3C4D5E6F",
-    "latencyFrames": 1024,
-    "sources": [
-      {"id": "0F8FAD5B-D9CB-469F-A165-70867728950E", "kind": {"app": {"bundleID": "pw-cat", "name": "Player"}}},
-      {"id": "1F8FAD5B-D9CB-469F-A165-70867728950E", "kind": {"mic": {"deviceUID": "mic", "name": "Microphone"}}},
-      {"id": "2F8FAD5B-D9CB-469F-A165-70867728950E", "kind": {"systemAudio": {}}}
-    ],
-    "wires": [
-      {"sourceID": "0F8FAD5B-D9CB-469F-A165-70867728950E", "sourceChannel": 0, "outputChannel": 0},
-      {"sourceID": "0F8FAD5B-D9CB-469F-A165-70867728950E", "sourceChannel": 1, "outputChannel": 1},
-      {"sourceID": "1F8FAD5B-D9CB-469F-A165-70867728950E", "sourceChannel": 0, "outputChannel": 2},
-      {"sourceID": "1F8FAD5B-D9CB-469F-A165-70867728950E", "sourceChannel": 1, "outputChannel": 3},
-      {"sourceID": "2F8FAD5B-D9CB-469F-A165-70867728950E", "sourceChannel": 0, "outputChannel": 4},
-      {"sourceID": "2F8FAD5B-D9CB-469F-A165-70867728950E", "sourceChannel": 1, "outputChannel": 5}
-    ],
-    "monitors": [
-      {"id": "7C9E6679-7425-40DE-944B-E07FC1F90AE7", "deviceUID": "headphones", "name": "Headphones"}
-    ],
-    "monitorWires": [
-      {"outputChannel": 0, "monitorID": "7C9E6679-7425-40DE-944B-E07FC1F90AE7", "monitorChannel": 0},
-      {"outputChannel": 2, "monitorID": "7C9E6679-7425-40DE-944B-E07FC1F90AE7", "monitorChannel": 1}
-    ]
-  }
-})";
+/// An application of that identity, a microphone and all system audio, each to two channels of the device; the
+/// application's left and the microphone's left to the headphones.
+inline std::string noisyGraph(const std::string& application = "pw-cat") {
+  return graphText({{"latencyFrames", "1024"}},
+                   {{applicationKind(application), {{0, 0}, {1, 1}}},
+                    {inputKind("mic"), {{0, 2}, {1, 3}}},
+                    {systemAudioKind(), {{0, 4}, {1, 5}}}},
+                   {{"headphones", {{0, 0}, {2, 1}}}});
+}
 
 inline constexpr float playedLeft = 0.25F;
 inline constexpr float playedRight = -0.125F;

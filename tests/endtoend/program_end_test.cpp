@@ -1,6 +1,8 @@
 #include <csignal>
 #include <gtest/gtest.h>
+#include <string>
 
+#include "endtoend/graph_text.h"
 #include "endtoend/routing_session.h"
 #include "support/server_dump.h"
 #include "support/wait_until.h"
@@ -9,19 +11,12 @@ namespace brindlemux::test {
 namespace {
 
 /// A device that the headphones play.
-constexpr const char* monitoredGraph = R"({
-  "BrindlemuxAudio_UID_5D9F2C1E-0B6A-4C38-9E47-1A2B3C4D5E6F": {
-    "deviceUID": "BrindlemuxAudio_UID_5D9F2C1E-0B6A-4C38-9E47-1A2B3C4D5E6F",
-    "monitors": [
-      {"id": "7C9E6679-7425-40DE-944B-E07FC1F90AE7", "deviceUID": "headphones", "name": "Headphones"}
-    ]
-  }
-})";
+std::string monitoredGraph() { return graphText({}, {}, {{"headphones", {}}}); }
 
 class ProgramEnd : public testing::TestWithParam<int> {};
 
 TEST_P(ProgramEnd, aSignalEndsItInOrderAndLeavesNothingBehind) {
-  RoutingSession session(2, monitoredGraph);
+  RoutingSession session(2, monitoredGraph());
   // The loop-back capture and the monitor's output.
   ASSERT_TRUE(waitUntil([&] { return session.programNodes().size() == 2; })) << session.report();
   session.program().signal(GetParam());
@@ -36,7 +31,7 @@ INSTANTIATE_TEST_SUITE_P(Signals, ProgramEnd, testing::Values(SIGTERM, SIGINT),
                          [](const auto& test) { return test.param == SIGTERM ? "terminate" : "interrupt"; });
 
 TEST(KilledProgram, leavesNothingBehind) {
-  RoutingSession session(2, monitoredGraph);
+  RoutingSession session(2, monitoredGraph());
   ASSERT_TRUE(waitUntil([&] { return session.programNodes().size() == 2; })) << session.report();
   session.program().signal(SIGKILL);
   ASSERT_TRUE(session.program().wait(std::chrono::seconds(5)).has_value());
@@ -44,7 +39,7 @@ TEST(KilledProgram, leavesNothingBehind) {
 }
 
 TEST(ProgramStartedTwice, routesNothingTwice) {
-  RoutingSession session(2, monitoredGraph);
+  RoutingSession session(2, monitoredGraph());
   ASSERT_TRUE(waitUntil([&] { return session.programNodes().size() == 2; })) << session.report();
   const auto before = session.programNodes();
   const auto second = session.startAgain();

@@ -16,6 +16,7 @@
 #include <unistd.h>
 
 #include "endtoend/allocation_counts.h"
+#include "endtoend/graph_text.h"
 #include "endtoend/levels.h"
 #include "endtoend/routing_session.h"
 #include "support/tone_analysis.h"
@@ -24,30 +25,11 @@
 namespace brindlemux::test {
 namespace {
 
-constexpr std::size_t channelsPlayed = 2;
-
 /// An application and a microphone to the device, and the device to the headphones.
-constexpr const char* routedGraph = R"({
-  "BrindlemuxAudio_UID_5D9F2C1E-0B6A-4C38-9E47-1A2B3C4D5E6F": {
-    "deviceUID": "BrindlemuxAudio_UID_5D9F2C1E-0B6A-4C38-9E47-1A2B3C4D5E6F",
-    "latencyFrames": 256,
-    "sources": [
-      {"id": "0F8FAD5B-D9CB-469F-A165-70867728950E", "kind": {"app": {"bundleID": "pw-cat", "name": "Player"}}},
-      {"id": "16FD2706-8BAF-433B-82EB-8C7FADA847DA", "kind": {"mic": {"deviceUID": "mic", "name": "Microphone"}}}
-    ],
-    "wires": [
-      {"sourceID": "0F8FAD5B-D9CB-469F-A165-70867728950E", "sourceChannel": 0, "outputChannel": 0},
-      {"sourceID": "16FD2706-8BAF-433B-82EB-8C7FADA847DA", "sourceChannel": 0, "outputChannel": 1}
-    ],
-    "monitors": [
-      {"id": "7C9E6679-7425-40DE-944B-E07FC1F90AE7", "deviceUID": "headphones", "name": "Headphones"}
-    ],
-    "monitorWires": [
-      {"outputChannel": 0, "monitorID": "7C9E6679-7425-40DE-944B-E07FC1F90AE7", "monitorChannel": 0},
-      {"outputChannel": 1, "monitorID": "7C9E6679-7425-40DE-944B-E07FC1F90AE7", "monitorChannel": 1}
-    ]
-  }
-})";
+std::string routedGraph() {
+  return graphText({{"latencyFrames", "256"}}, {{applicationKind("pw-cat"), {{0, 0}}}, {inputKind("mic"), {{0, 1}}}},
+                   {{"headphones", {{0, 0}, {1, 1}}}});
+}
 
 /// Counts in a file that the program shares, as allocation_watch.cpp does it there.
 class SharedCounts {
@@ -86,8 +68,7 @@ class Realtime : public testing::Test {
     ASSERT_TRUE(renderMore(blocksPerSecond)) << program->error();
   }
 
-  /// How many blocks the program has rendered, as it says itself.
-  /// As a report tells that was asked for just now; 0 without one.
+  /// How many blocks the program has rendered, as it says itself in a report that is asked for here; 0 without one.
   std::int64_t renderedBlocks() {
     const std::size_t before = program->error().size();
     program->signal(SIGUSR1);
@@ -121,9 +102,9 @@ class Realtime : public testing::Test {
     return found;
   }
 
-  /// Of two outputs, in blocks of 256 frames.
-  static constexpr std::int64_t blocksPerSecond = channelsPlayed * 48000 / 256;
-  RoutingSession session{2, routedGraph, RoutingSession::Program::absent};
+  /// Of the device and its monitor, in blocks of 256 frames.
+  static constexpr std::int64_t blocksPerSecond = 2 * 48000 / 256;
+  RoutingSession session{2, routedGraph(), RoutingSession::Program::absent};
   std::unique_ptr<ChildProcess> player;
   std::unique_ptr<ChildProcess> program;
 };

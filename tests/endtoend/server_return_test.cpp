@@ -60,14 +60,14 @@ void restartAgainAndAgain(NoisyDesktop<Wait>& desktop, pid_t program, Wait wait)
 }
 
 TEST(ServerReturn, bringsEverySoundBackToTheProgram) {
-  RoutingSession session(noisyChannels, noisyGraph);
+  RoutingSession session(noisyChannels, noisyGraph());
   const auto wait = [](auto condition, std::chrono::milliseconds deadline) { return waitUntil(condition, deadline); };
   NoisyDesktop desktop(session, wait);
   restartAgainAndAgain(desktop, session.program().pid(), wait);
 }
 
 TEST(ServerReturn, doesNotHoldTheEventLoop) {
-  RoutingSession session(noisyChannels, noisyGraph, RoutingSession::Program::absent);
+  RoutingSession session(noisyChannels, noisyGraph(), RoutingSession::Program::absent);
   ControllerSession program(session);
   const auto wait = [&program](auto condition, std::chrono::milliseconds deadline) {
     if (eventually(condition, deadline)) return true;
@@ -89,7 +89,7 @@ TEST(ServerReturn, doesNotHoldTheEventLoop) {
 }
 
 TEST(ServerReturn, isWaitedForByAProgramThatWasThereBefore) {
-  RoutingSession session(noisyChannels, noisyGraph, RoutingSession::Program::absent);
+  RoutingSession session(noisyChannels, noisyGraph(), RoutingSession::Program::absent);
   const auto wait = [](auto condition, std::chrono::milliseconds deadline) { return waitUntil(condition, deadline); };
   NoisyDesktop desktop(session, wait);
   ASSERT_TRUE(session.server().stop());
