@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "engine/captured_buffer.h"
-#include "engine/source_ring.h"
 #include "support/realtime_guard.h"
 
 namespace brindlemux::test {
@@ -45,29 +44,5 @@ class PlanarBuffers {
   std::vector<float*> writable_;
   std::vector<const float*> readable_;
 };
-
-/// The sample that tests write at an absolute frame position of a channel: exact in 32 bits below position 4194304.
-inline float payload(std::int64_t position, std::int64_t channel = 0) {
-  return static_cast<float>(position) + 0.25F * static_cast<float>(channel);
-}
-
-/// Appends one planar block of payload at the ring's head.
-inline void appendBlock(SourceRing& ring, std::int64_t frames, std::int64_t channels) {
-  const std::int64_t first = ring.head();
-  PlanarBuffers block(channels, frames);
-  for (std::int64_t channel = 0; channel < channels; ++channel) {
-    for (std::int64_t i = 0; i < frames; ++i) {
-      block[channel][static_cast<std::size_t>(i)] = payload(first + i, channel);
-    }
-  }
-  inRealtime([&] { ring.write(block.captured()); });
-}
-
-/// Appends payload until the head is at `position`, in blocks of `blockFrames` and a shorter last one.
-inline void fillTo(SourceRing& ring, std::int64_t position, std::int64_t blockFrames, std::int64_t channels = 1) {
-  while (ring.head() < position) {
-    appendBlock(ring, position - ring.head() < blockFrames ? position - ring.head() : blockFrames, channels);
-  }
-}
 
 }  // namespace brindlemux::test

@@ -1,38 +1,30 @@
 #include "engine/device_engine.h"
 
+#include <cstdint>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <string>
+#include <vector>
 
-#include "support/routed_engine.h"
+#include "engine/device_engine_fixture.h"
 
 namespace brindlemux {
 namespace {
 
 using test::constantSignal;
+using test::DeviceEngineTest;
 using test::inputDevice;
 using test::loopbackDevice;
 using test::outputDevice;
 using test::playingProcess;
+using testing::AllOf;
 using testing::Contains;
 using testing::Each;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
-using testing::SizeIs;
 using testing::UnorderedElementsAre;
-
-class DeviceEngineTest : public testing::Test, public test::RoutedEngine {
- protected:
-  AudioObjectID virtualDevice = hardware.addDevice(loopbackDevice(virtualUID));
-  AudioObjectID speakers = hardware.addDevice(outputDevice("Speakers"));
-  AudioObjectID microphone = hardware.addDevice(inputDevice("Microphone", 2, constantSignal(0.25F)));
-  AudioObjectID player = hardware.addProcess(playingProcess(100, "com.example.Player", constantSignal(0.125F)));
-};
-
-std::string startingLine(const std::string& device, const std::string& proc) {
-  return "startDevice " + device + " " + proc;
-}
 
 // Starting and stopping.
 
@@ -309,324 +301,6 @@ TEST_F(DeviceEngineTest, monitorHearsARecreatedDevice) {
   EXPECT_EQ(hardware.takeOutput(speakers).at(0).back(), 0.25F);
 }
 
-// Sources.
-
-TEST_F(DeviceEngineTest, disabledSourceKeepsCapturing) {
-  const UUID mic = addMic(1);
-  graph.sources.front().enabled = false;
-  reconcile();
-  hardware.advance(480);
-  EXPECT_EQ(engine.meterSnapshot().sourcePeaks.at(mic), (std::vector<float>{0.25F, 0.25F}));
-  EXPECT_THAT(engine.meterSnapshot().outputPeaks, Each(0.0F));
-}
-
-TEST_F(DeviceEngineTest, removedSourceIsStopped) {
-  addMic(1);
-  addMic(2);
-  reconcile();
-  graph.sources.erase(graph.sources.begin());
-  EXPECT_THAT(reconcile(), ElementsAre("stopDevice Microphone proc1", "destroyIOProc Microphone proc1"));
-}
-
-TEST_F(DeviceEngineTest, missingInputDeviceIsNoErrorAndStartsWhenItComes) {
-  const UUID mic = addMic(1, "Headset");
-  reconcile();
-  EXPECT_EQ(engine.lastError, std::nullopt);
-  EXPECT_FALSE(engine.meterSnapshot().sourcePeaks.contains(mic));
-  hardware.addDevice(inputDevice("Headset"));
-  EXPECT_THAT(reconcile(), Contains(startingLine("Headset", "proc2")));
-  EXPECT_TRUE(engine.meterSnapshot().sourcePeaks.contains(mic));
-}
-
-TEST_F(DeviceEngineTest, inputDeviceThatGoesIsDroppedAndReplacedWhenItReturns) {
-  addMic(1);
-  reconcile();
-  hardware.removeDevice(microphone);
-  EXPECT_THAT(reconcile(),
-              ElementsAre(HasSubstr("stopDevice Microphone proc1"), HasSubstr("destroyIOProc Microphone proc1")));
-  hardware.addDevice(inputDevice("Microphone"));
-  EXPECT_THAT(reconcile(), Contains("startDevice Microphone proc3"));
-}
-
-TEST_F(DeviceEngineTest, inputDeviceWithANewIDIsReplacedAtOnce) {
-  addMic(1);
-  reconcile();
-  hardware.removeDevice(microphone);
-  hardware.addDevice(inputDevice("Microphone"));
-  EXPECT_THAT(reconcile(), Contains("startDevice Microphone proc3"));
-}
-
-TEST_F(DeviceEngineTest, playingProcessOfAnApplicationIsPreferred) {
-  hardware.process(player).isPlaying = false;
-  applications.set(100, "Player");
-  const AudioObjectID playing = hardware.addProcess(playingProcess(101, "com.example.Player"));
-  addApp(1);
-  EXPECT_THAT(reconcile(), Contains(HasSubstr("createProcessTap \"Brindlemux Tap\" of " + std::to_string(playing))));
-  // The choice stays while that process is there, whichever plays.
-  hardware.process(playing).isPlaying = false;
-  hardware.process(player).isPlaying = true;
-  applications.set(101, "Player");
-  EXPECT_THAT(reconcile(), IsEmpty());
-}
-
-TEST_F(DeviceEngineTest, playingProcessIsPreferredWhereverItStandsInTheList) {
-  const AudioObjectID playing = hardware.addProcess(playingProcess(101, "com.example.Player"));
-  addApp(1);
-  engine.setGraph(graph);
-  const std::vector<AudioProcessInfo> processes = {{player, 100, "Player", "com.example.Player", false},
-                                                   {playing, 101, "Player", "com.example.Player", true}};
-  engine.reconcile(2, processes, {});
-  EXPECT_THAT(takeJournal(), Contains(HasSubstr("createProcessTap \"Brindlemux Tap\" of " + std::to_string(playing))));
-}
-
-TEST_F(DeviceEngineTest, firstProcessIsTakenWhenNonePlays) {
-  hardware.process(player).isPlaying = false;
-  SimulatedProcess other = playingProcess(101, "com.example.Player");
-  other.isPlaying = false;
-  hardware.addProcess(other);
-  applications.set(100, "Player");
-  applications.set(101, "Player");
-  addApp(1);
-  EXPECT_THAT(reconcile(), Contains(HasSubstr("createProcessTap \"Brindlemux Tap\" of " + std::to_string(player))));
-}
-
-TEST_F(DeviceEngineTest, applicationThatQuitsLosesItsTapUntilItIsListedAgain) {
-  const UUID app = addApp(1);
-  reconcile();
-  hardware.removeProcess(player);
-  EXPECT_THAT(reconcile(), ElementsAre("stopDevice aggregate1 proc1", "destroyIOProc aggregate1 proc1",
-                                       "destroyAggregateDevice aggregate1", "destroyProcessTap tap1"));
-  EXPECT_THAT(reconcile(), IsEmpty());
-  EXPECT_FALSE(engine.meterSnapshot().sourcePeaks.contains(app));
-  hardware.addProcess(playingProcess(200, "com.example.Player"));
-  EXPECT_THAT(reconcile(), Contains("startDevice aggregate2 proc3"));
-  EXPECT_EQ(engine.lastError, std::nullopt);
-}
-
-TEST_F(DeviceEngineTest, tapMovesToAnotherProcessOfTheApplication) {
-  addApp(1);
-  reconcile();
-  hardware.removeProcess(player);
-  const AudioObjectID other = hardware.addProcess(playingProcess(101, "com.example.Player"));
-  const auto lines = reconcile();
-  EXPECT_EQ(lines.front(), "stopDevice aggregate1 proc1");
-  EXPECT_THAT(lines, Contains(HasSubstr("createProcessTap \"Brindlemux Tap\" of " + std::to_string(other))));
-}
-
-TEST_F(DeviceEngineTest, tapWhoseClockIsGoneIsReplaced) {
-  const AudioObjectID headphones = hardware.addDevice(outputDevice("Headphones"));
-  hardware.setDefaultOutputDevice(headphones);
-  addApp(1);
-  addSource(2, SystemAudioSource{});
-  reconcile();
-  hardware.removeDevice(headphones);
-  const auto lines = reconcile();
-  EXPECT_THAT(lines, Contains("destroyProcessTap tap1"));
-  EXPECT_THAT(lines, Contains("destroyProcessTap tap2"));
-  EXPECT_THAT(lines, Contains(HasSubstr("createAggregateDevice {master: \"Speakers\"")).Times(2));
-  EXPECT_THAT(hardware.liveResources(), SizeIs(8));  // 2 taps, 2 aggregates, 3 procedures, 1 unit
-}
-
-TEST_F(DeviceEngineTest, tapWithoutAnyClockWaitsForOne) {
-  addApp(1);
-  reconcile();
-  hardware.removeDevice(speakers);
-  reconcile();
-  EXPECT_EQ(engine.lastError, "No hardware output device found for tap clock");
-  EXPECT_THAT(hardware.liveResources(), Not(Contains(HasSubstr("tap"))));
-  engine.lastError = std::nullopt;
-  speakers = hardware.addDevice(outputDevice("Speakers"));
-  EXPECT_THAT(reconcile(), Contains(HasSubstr("createAggregateDevice {master: \"Speakers\"")));
-  EXPECT_EQ(engine.lastError, std::nullopt);
-}
-
-TEST_F(DeviceEngineTest, tapWhoseClockAndProcessAreGoneIsNotReplaced) {
-  addApp(1);
-  reconcile();
-  hardware.removeDevice(speakers);
-  hardware.removeProcess(player);
-  EXPECT_THAT(reconcile(), ElementsAre("stopDevice aggregate1 proc1", "destroyIOProc aggregate1 proc1",
-                                       "destroyAggregateDevice aggregate1", "destroyProcessTap tap1"));
-  EXPECT_EQ(engine.lastError, std::nullopt);
-}
-
-TEST_F(DeviceEngineTest, clockThatReturnsWithANewIDKeepsTheTap) {
-  addApp(1);
-  reconcile();
-  hardware.removeDevice(speakers);
-  speakers = hardware.addDevice(outputDevice("Speakers"));
-  EXPECT_THAT(reconcile(), IsEmpty());
-}
-
-TEST_F(DeviceEngineTest, systemAudioTapStays) {
-  addSource(1, SystemAudioSource{});
-  EXPECT_THAT(reconcile(), Contains(HasSubstr("createProcessTap \"Brindlemux Tap\" of all except")));
-  hardware.removeProcess(player);
-  EXPECT_THAT(reconcile(), IsEmpty());
-}
-
-// Monitors.
-
-TEST_F(DeviceEngineTest, monitorHasItsDevicesChannelsFromOneToSixteen) {
-  hardware.addDevice(outputDevice("Large", 32));
-  hardware.addDevice(inputDevice("No output"));
-  addMonitor(1, "Large");
-  addMonitor(2, "No output");
-  const auto lines = reconcile();
-  EXPECT_THAT(lines, Contains(HasSubstr("unit1 StreamFormat input 0 = lpcm flags 9, 48000 Hz, 16 channels")));
-  EXPECT_THAT(lines, Contains(HasSubstr("unit2 StreamFormat input 0 = lpcm flags 9, 48000 Hz, 1 channels")));
-}
-
-TEST_F(DeviceEngineTest, monitorWhoseDeviceGoesLosesItsOutputUntilItReturns) {
-  addMonitor(1);
-  reconcile();
-  hardware.removeDevice(speakers);
-  EXPECT_THAT(reconcile(),
-              ElementsAre("stopOutputUnit unit1", "uninitializeAudioUnit unit1", "disposeAudioUnit unit1"));
-  EXPECT_THAT(reconcile(), IsEmpty());
-  EXPECT_EQ(engine.lastError, std::nullopt);
-  speakers = hardware.addDevice(outputDevice("Speakers"));
-  EXPECT_THAT(reconcile(), Contains("startOutputUnit unit2"));
-}
-
-TEST_F(DeviceEngineTest, monitorWhoseDeviceHasANewIDIsReplacedAtOnce) {
-  addMonitor(1);
-  reconcile();
-  hardware.removeDevice(speakers);
-  speakers = hardware.addDevice(outputDevice("Speakers"));
-  const auto lines = reconcile();
-  EXPECT_EQ(lines.front(), "stopOutputUnit unit1");
-  EXPECT_THAT(lines, Contains("startOutputUnit unit2"));
-}
-
-TEST_F(DeviceEngineTest, monitorWhoseDeviceChangesItsChannelsIsReplaced) {
-  addMonitor(1);
-  reconcile();
-  hardware.device(speakers).outputBuffers = {4};
-  const auto lines = reconcile();
-  EXPECT_EQ(lines.front(), "stopOutputUnit unit1");
-  EXPECT_THAT(lines, Contains(HasSubstr("unit2 StreamFormat input 0 = lpcm flags 9, 48000 Hz, 4 channels")));
-}
-
-TEST_F(DeviceEngineTest, disabledOrRemovedMonitorIsStopped) {
-  addMonitor(1);
-  addMonitor(2);
-  reconcile();
-  graph.monitors[0].enabled = false;
-  EXPECT_THAT(reconcile(),
-              ElementsAre("stopOutputUnit unit1", "uninitializeAudioUnit unit1", "disposeAudioUnit unit1"));
-  graph.monitors.clear();
-  EXPECT_THAT(reconcile(),
-              ElementsAre("stopOutputUnit unit2", "uninitializeAudioUnit unit2", "disposeAudioUnit unit2"));
-}
-
-// Failures.
-
-TEST_F(DeviceEngineTest, failuresAreKeptAndTheRestRunsOn) {
-  addMic(1);
-  addApp(2);
-  addMonitor(3);
-  hardware.journal().failNext("createProcessTap", -50);
-  reconcile();
-  EXPECT_EQ(engine.lastError, "Creating process tap failed (OSStatus -50)");
-  EXPECT_THAT(hardware.liveResources(),
-              UnorderedElementsAre("proc1 on Microphone running", "proc2 on BrindlemuxAudio_UID_A running",
-                                   "unit1 on BrindlemuxAudio_UID_A running", "unit2 on Speakers running"));
-  // The next reconcile tries again and leaves the message for its reader.
-  reconcile();
-  EXPECT_EQ(engine.lastError, "Creating process tap failed (OSStatus -50)");
-  EXPECT_THAT(hardware.liveResources(), Contains("tap1"));
-}
-
-TEST_F(DeviceEngineTest, theLatestFailureIsKept) {
-  addMic(1);
-  addMonitor(2);
-  hardware.journal().failNext("startDevice Microphone", -1);
-  hardware.journal().failNext("createAudioUnit", -2);
-  hardware.journal().failNext("startDevice BrindlemuxAudio_UID_A", -3);
-  hardware.journal().failNext("initializeAudioUnit unit1", -4);
-  reconcile();
-  EXPECT_EQ(engine.lastError, "Initializing audio unit failed (OSStatus -4)");
-  EXPECT_THAT(hardware.liveResources(), IsEmpty());
-  engine.lastError = std::nullopt;
-  reconcile();
-  EXPECT_EQ(engine.lastError, std::nullopt);
-  EXPECT_THAT(hardware.liveResources(), SizeIs(4));
-}
-
-TEST_F(DeviceEngineTest, inputThatFailsToMoveToANewDeviceIsTriedAgain) {
-  addMic(1);
-  reconcile();
-  hardware.removeDevice(microphone);
-  microphone = hardware.addDevice(inputDevice("Microphone"));
-  hardware.journal().failNext("createIOProc Microphone", -7);
-  reconcile();
-  EXPECT_EQ(engine.lastError, "Creating input IOProc failed (OSStatus -7)");
-  EXPECT_THAT(hardware.liveResources(), Not(Contains(HasSubstr("Microphone"))));
-  EXPECT_THAT(reconcile(), Contains(HasSubstr("startDevice Microphone")));
-}
-
-TEST_F(DeviceEngineTest, inputDeviceThatLosesItsChannelsIsReportedWhenItIsStarted) {
-  hardware.device(microphone).inputBuffers = {};
-  addMic(1);
-  reconcile();
-  EXPECT_EQ(engine.lastError, "Device has no input channels");
-  hardware.device(microphone).inputBuffers = {2};
-  EXPECT_THAT(reconcile(), Contains(HasSubstr("startDevice Microphone")));
-}
-
-// Stopping is not checked: whatever fails there, everything is let go of.
-TEST_F(DeviceEngineTest, failuresOfStoppingAreIgnored) {
-  addMic(1);
-  addApp(2);
-  addMonitor(3);
-  reconcile();
-  for (const char* call : {"stopDevice", "stopOutputUnit", "uninitializeAudioUnit"}) {
-    hardware.journal().failEvery(call, -50);
-  }
-  engine.stopAll();
-  EXPECT_EQ(engine.lastError, std::nullopt);
-  EXPECT_THAT(hardware.liveResources(), IsEmpty());
-  takeJournal();
-  engine.stopAll();
-  EXPECT_THAT(takeJournal(), IsEmpty());
-}
-
-// A server that will not stop anything goes on calling back.
-TEST_F(DeviceEngineTest, callbacksThatOutliveTheirEngineAreSilentAndHarmless) {
-  addMic(1);
-  addApp(2);
-  addMonitor(3);
-  {
-    DeviceEngine shortLived("BrindlemuxAudio_UID_A", graph, services);
-    shortLived.reconcile(2, discovery.listAudioProcesses(), discovery.listAudioDevices());
-    hardware.advance(4800);
-    for (const char* call : {"stop", "uninitializeAudioUnit", "dispose", "destroy"})
-      hardware.journal().failEvery(call, -50);
-  }
-  hardware.takeOutput(virtualDevice);
-  hardware.takeOutput(speakers);
-  EXPECT_THAT(hardware.liveResources(), Contains(HasSubstr("running")).Times(5));
-  hardware.advance(4800);
-  EXPECT_THAT(hardware.takeOutput(virtualDevice).at(0), testing::AllOf(Not(IsEmpty()), Each(0.0F)));
-  EXPECT_THAT(hardware.takeOutput(speakers).at(0), testing::AllOf(Not(IsEmpty()), Each(0.0F)));
-}
-
-TEST_F(DeviceEngineTest, outputThatTheServerWillNotStopDoesNotPlayBesideItsSuccessor) {
-  addMic(1);
-  reconcile();
-  for (const char* call : {"stopOutputUnit", "uninitializeAudioUnit", "disposeAudioUnit"}) {
-    hardware.journal().failEvery(call, -50);
-  }
-  deviceChannels = 4;
-  reconcile();
-  EXPECT_THAT(hardware.liveResources(), Contains(HasSubstr("unit")).Times(2));
-  hardware.advance(9600);
-  hardware.takeOutput(virtualDevice);
-  hardware.advance(4800);
-  EXPECT_THAT(hardware.takeOutput(virtualDevice).at(0), testing::AllOf(Not(IsEmpty()), Each(0.25F)));
-}
-
 // Sound.
 
 // The microphone's 0.25 goes at gain 0.5 to both channels, the application's 0.125 at unity to the first.
@@ -662,7 +336,7 @@ TEST_F(DeviceEngineTest, gainChangeIsHeardWithoutAGap) {
   EXPECT_THAT(reconcile(), IsEmpty());
   hardware.advance(4800);
   const auto output = hardware.takeOutput(virtualDevice);
-  EXPECT_THAT(output.at(0), testing::AllOf(Not(IsEmpty()), Each(0.125F)));
+  EXPECT_THAT(output.at(0), AllOf(Not(IsEmpty()), Each(0.125F)));
 }
 
 TEST_F(DeviceEngineTest, foreignAudioInTheDeviceIsMeteredAsPassThrough) {

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "engine/audio_test_support.h"
+#include "engine/source_ring.h"
 
 namespace brindlemux {
 
