@@ -78,14 +78,15 @@ TEST(UnfairLock, tryLockFailsWhileAnotherThreadHolds) {
   EXPECT_TRUE(got);
 }
 
-/// The word as another thread sees it: 0 when free, with the highest bit set when somebody waits in the kernel.
+constexpr std::uint32_t waitersBit = 0x80000000U;
+
+/// The word as another thread sees it: 0 when free, with that bit set when somebody waits in the kernel.
 std::uint32_t wordOf(UnfairLock& lock) {
   static_assert(sizeof(UnfairLock) == sizeof(std::atomic<std::uint32_t>));
   return reinterpret_cast<std::atomic<std::uint32_t>&>(lock).load(std::memory_order_relaxed);
 }
 
 TEST(UnfairLock, aWaiterSleepsInTheKernelAndIsHandedTheLock) {
-  constexpr std::uint32_t waitersBit = 0x80000000U;
   UnfairLock lock;
   bool released = false;
   RealtimeCounts counts;
@@ -131,7 +132,6 @@ std::optional<std::thread> startedOn(int processor, int priority, std::function<
 }
 
 TEST(UnfairLock, aHolderWithoutPriorityDoesNotStallARealTimeWaiter) {
-  constexpr std::uint32_t waitersBit = 0x80000000U;
   const int processor = sched_getcpu();
   ASSERT_GE(processor, 0);
   UnfairLock lock;
