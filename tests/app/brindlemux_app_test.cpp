@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "app/open_window.h"
+#include "app/tray/fake_notifications.h"
 #include "app/tray/fake_tray.h"
 
 namespace brindlemux {

@@ -35,12 +35,10 @@ TEST(Onboarding, stepsAreFourWithIdsOfTheirOwn) {
   const std::vector<std::array<QString, 3>> expected = {
       {"waveform.circle.fill", "Welcome to Brindlemux",
        "Route any audio on your Mac — capture apps, your mic, or system sound and send it anywhere with a simple "
-       "visual "
-       "graph."},
+       "visual graph."},
       {"plus.rectangle.on.rectangle.fill", "Create a virtual device",
        "A virtual device shows up like any normal audio device, so any app — Zoom, OBS, Logic — can record from it. "
-       "Add "
-       "one from the sidebar."},
+       "Add one from the sidebar."},
       {"app.badge.fill", "Add sources",
        "Add an app, your microphone, or full system audio as a source. Then drag from its ports to the output channels "
        "to route it."},
@@ -135,17 +133,6 @@ TEST(Onboarding, tabStaysWithinIt) {
   EXPECT_TRUE(open.hasFocus("onboarding.next"));
   open.press(Qt::Key_Return);
   open.expectPage(1);
-}
-
-TEST(UserDefaults, keepEachAnswerBesideTheOther) {
-  const test::TemporaryDefaults folder;
-  UserDefaults defaults;
-  EXPECT_FALSE(defaults.onboardingSeen());
-  EXPECT_FALSE(defaults.trayNoticeSeen());
-  defaults.setTrayNoticeSeen(true);
-  defaults.setOnboardingSeen(true);
-  EXPECT_TRUE(UserDefaults().onboardingSeen());
-  EXPECT_TRUE(UserDefaults().trayNoticeSeen());
 }
 
 }  // namespace

@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "app/shown.h"
-#include "editor/editor_window.h"
+#include "editor/cards_window.h"
 
 namespace brindlemux {
 namespace {
@@ -13,13 +13,12 @@ namespace {
 using test::device;
 using test::EditorWindow;
 using test::eventually;
+using test::monitorA;
 using test::player;
+using test::sourceA;
+using test::sourceB;
 using test::speakers;
 using testing::IsSupersetOf;
-
-const std::string sourceA = "source." + player(1).id.string();
-const std::string sourceB = "source." + player(2).id.string();
-const std::string monitorA = "monitor." + speakers(9).id.string();
 
 const QColor accent = QColor::fromRgbF(0.471F, 0.733F, 0.961F);
 const QColor activity = QColor::fromRgbF(0.8F, 0.922F, 1.0F);

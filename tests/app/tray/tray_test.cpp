@@ -9,6 +9,7 @@
 
 #include "app/event_loop.h"
 #include "app/tray/desktop_notification.h"
+#include "app/tray/fake_notifications.h"
 #include "app/tray/fake_tray.h"
 #include "app/tray/private_bus.h"
 #include "support/temporary_folder.h"
