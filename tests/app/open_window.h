@@ -11,24 +11,13 @@
 
 #include "app/event_loop.h"
 #include "app/find_item.h"
+#include "app/qt_complaints.h"
 #include "app/shell/brindlemux_app.h"
 #include "app/simulated_program.h"
 #include "app/temporary_defaults.h"
 #include "app/tray/private_bus.h"
 
 namespace brindlemux::test {
-
-/// What Qt complained about since the last look; a window that is all right gives it no reason to.
-inline std::vector<std::string>& complaints() {
-  static std::vector<std::string> messages;
-  return messages;
-}
-
-inline void keepComplaint(QtMsgType type, const QMessageLogContext&, const QString& message) {
-  // The screen that tests draw on has no windows above each other.
-  if (message == QLatin1String("This plugin does not support raise()")) return;
-  if (type != QtDebugMsg && type != QtInfoMsg) complaints().push_back(message.toStdString());
-}
 
 /// The program in a window, on a simulated audio server.
 struct OpenWindow : SimulatedProgram {
@@ -41,15 +30,8 @@ struct OpenWindow : SimulatedProgram {
   }
   /// Without a driver.
   explicit OpenWindow(Start kind = Start::later) { open(kind, noBus()); }
-  ~OpenWindow() {
-    app.reset();
-    EXPECT_THAT(complaints(), testing::IsEmpty());
-    qInstallMessageHandler(nullptr);
-  }
 
   void open(Start kind, const QDBusConnection& bus) {
-    complaints().clear();
-    qInstallMessageHandler(&keepComplaint);
     MainWindow::chooseStyle();
     userDefaults = std::make_unique<UserDefaults>();
     if (kind == Start::later) userDefaults->setOnboardingSeen(true);
@@ -75,6 +57,7 @@ struct OpenWindow : SimulatedProgram {
   }
   void press(Qt::Key key) const { QTest::keyClick(window(), key); }
 
+  QtComplaints complaints;
   TemporaryDefaults defaultsFolder;
   std::unique_ptr<UserDefaults> userDefaults;
   std::unique_ptr<BrindlemuxApp> app;

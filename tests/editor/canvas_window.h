@@ -10,6 +10,7 @@
 #include <string>
 
 #include "app/event_loop.h"
+#include "app/find_item.h"
 #include "app/simulated_program.h"
 #include "editor/editor_samples.h"
 #include "editor/graph_layout_model.h"
@@ -79,21 +80,13 @@ struct CanvasWindow : SimulatedProgram {
   DeviceGraph graph() const { return state->graph(uid); }
   void play(const MeterSnapshot& meters) { AppStateProbe::setMeters(*state, uid, meters); }
 
-  /// The item with this object name; delegates have no QObject parent, so that items are asked.
-  static QQuickItem* find(QQuickItem* root, const QString& name) {
-    if (root->objectName() == name) return root;
-    for (QQuickItem* child : root->childItems()) {
-      if (QQuickItem* found = find(child, name)) return found;
-    }
-    return nullptr;
-  }
   QQuickItem* item(const std::string& name) const {
-    QQuickItem* found = find(window->contentItem(), QString::fromStdString(name));
+    QQuickItem* found = findItem(window->contentItem(), QString::fromStdString(name));
     if (found == nullptr) throw std::runtime_error("no item " + name);
     return found;
   }
   bool shows(const std::string& name) const {
-    const QQuickItem* found = find(window->contentItem(), QString::fromStdString(name));
+    const QQuickItem* found = findItem(window->contentItem(), QString::fromStdString(name));
     return found != nullptr && found->isVisible();
   }
 

@@ -12,6 +12,8 @@
 #include <vector>
 
 #include "app/event_loop.h"
+#include "app/find_item.h"
+#include "app/qt_complaints.h"
 #include "app/shell/main_window.h"
 #include "app/simulated_program.h"
 #include "app/temporary_defaults.h"
@@ -19,7 +21,7 @@
 namespace brindlemux::test {
 
 /// The program's window on a simulated server with a player, a microphone and two outputs, and a hand for pointer and
-/// keyboard. A window that is all right gives Qt no reason to complain; what it says is kept, and must be nothing.
+/// keyboard.
 struct EditorWindow : SimulatedProgram {
   explicit EditorWindow(const std::vector<VirtualDeviceConfig>& devices = {device("A"), device("B", 4)}) {
     hardware.installDriver(devices);
@@ -31,28 +33,14 @@ struct EditorWindow : SimulatedProgram {
     hardware.addDevice(microphone);
     hardware.addProcess({.pid = 100, .bundleID = "com.example.Player", .isPlaying = true});
     applications.set(100, "Player");
-    complaints().clear();
-    qInstallMessageHandler([](QtMsgType type, const QMessageLogContext&, const QString& message) {
-      if (type != QtDebugMsg && type != QtInfoMsg) complaints().push_back(message.toStdString());
-    });
     MainWindow::chooseStyle();
     defaults = std::make_unique<UserDefaults>();
     defaults->setOnboardingSeen(true);
     main = std::make_unique<MainWindow>(start(), *defaults);
-    if (window() == nullptr) throw std::runtime_error("no window: " + testing::PrintToString(complaints()));
+    if (window() == nullptr) throw std::runtime_error("no window: " + complaints.text());
     if (!QTest::qWaitForWindowExposed(window())) throw std::runtime_error("the window stays hidden");
     // Far from everything that shows that the pointer is over it.
     QTest::mouseMove(window(), QPoint(600, 890));
-  }
-  ~EditorWindow() {
-    main.reset();
-    EXPECT_THAT(complaints(), testing::IsEmpty());
-    qInstallMessageHandler(nullptr);
-  }
-
-  static std::vector<std::string>& complaints() {
-    static std::vector<std::string> messages;
-    return messages;
   }
 
   QQuickWindow* window() const { return main->window(); }
@@ -62,16 +50,8 @@ struct EditorWindow : SimulatedProgram {
     state->updateGraph(device("A").uid, AppState::Persist::yes, mutation);
   }
 
-  /// The item with this object name, wherever it is; delegates and popups have no parent object, so items are asked.
-  static QQuickItem* find(QQuickItem* root, const QString& name) {
-    if (root->objectName() == name) return root;
-    for (QQuickItem* child : root->childItems()) {
-      if (QQuickItem* found = find(child, name)) return found;
-    }
-    return nullptr;
-  }
   QQuickItem* seek(const std::string& name) const {
-    return find(window()->contentItem(), QString::fromStdString(name));
+    return findItem(window()->contentItem(), QString::fromStdString(name));
   }
   QQuickItem* item(const std::string& name) const {
     if (!eventually([&] { return seek(name) != nullptr; })) throw std::runtime_error("no item " + name);
@@ -123,6 +103,7 @@ struct EditorWindow : SimulatedProgram {
   void focus(const std::string& name) const { item(name)->forceActiveFocus(Qt::TabFocusReason); }
   bool hasFocus(const std::string& name) const { return item(name)->hasActiveFocus(); }
 
+  QtComplaints complaints;
   TemporaryDefaults defaultsFolder;
   std::unique_ptr<UserDefaults> defaults;
   std::unique_ptr<MainWindow> main;
