@@ -305,9 +305,7 @@ void ControllerWorld::setPlugged(std::uint32_t choice, bool plugged) {
   const AudioObjectID there = hardware.deviceWithUID(uid);
   if (plugged == (there != kAudioObjectUnknown)) return;
   if (plugged) {
-    SimulatedDevice device = output(uid, uid);
-    if (!isOutput) std::swap(device.inputBuffers, device.outputBuffers);
-    hardware.addDevice(device);
+    hardware.addDevice(isOutput ? output(uid, uid) : input(uid, uid));
   } else {
     hardware.removeDevice(there);
   }

@@ -91,7 +91,6 @@ class ControllerWorld {
   bool isDriverThere_ = true;
   bool refusesWrites_ = false;
   bool failsCaptures_ = false;
-  int created_ = 0;
 };
 
 }  // namespace brindlemux::test

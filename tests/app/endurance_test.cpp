@@ -28,9 +28,7 @@ class LongRun {
   LongRun() {
     program_.hardware.installDriver(list_);
     program_.hardware.setDefaultOutputDevice(program_.hardware.addDevice(output("speakers", "Speakers")));
-    SimulatedDevice microphone = output("mic", "Microphone");
-    std::swap(microphone.inputBuffers, microphone.outputBuffers);
-    program_.hardware.addDevice(microphone);
+    program_.hardware.addDevice(input("mic", "Microphone"));
     plugHeadphones();
     startPlayer();
     program_.start();

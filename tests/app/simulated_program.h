@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -12,14 +13,10 @@
 #include "model/file_locations.h"
 #include "model/graph_store.h"
 #include "model/system_log.h"
-#include "platform/discovery.h"
 #include "platform/driver_config.h"
-#include "platform/simulated/counting_uuid_source.h"
-#include "platform/simulated/simulated_audio_hardware.h"
-#include "platform/simulated/table_running_applications.h"
-#include "platform/simulated/virtual_clock.h"
 #include "platform/simulated/virtual_scheduler.h"
 #include "support/file_contents.h"
+#include "support/simulated_scene.h"
 #include "support/temporary_folder.h"
 
 namespace brindlemux {
@@ -73,6 +70,15 @@ inline SimulatedDevice output(const std::string& uid, const std::string& name) {
   return device;
 }
 
+/// An input.
+inline SimulatedDevice input(const std::string& uid, const std::string& name, std::uint32_t channels = 2) {
+  SimulatedDevice device;
+  device.uid = uid;
+  device.name = name;
+  device.inputBuffers = {channels};
+  return device;
+}
+
 /// What a property answers that cannot be read.
 inline SimulatedAnswer unreadable() {
   SimulatedAnswer answer;
@@ -81,16 +87,11 @@ inline SimulatedAnswer unreadable() {
 }
 
 /// Everything that a controller borrows, simulated, and the controller itself once a test starts it.
-struct SimulatedProgram {
-  SimulatedAudioHardware hardware;
-  TableRunningApplications applications;
-  VirtualClock clock;
-  CountingUUIDSource uuids;
+struct SimulatedProgram : SimulatedScene {
   VirtualScheduler scheduler;
   TemporaryLocations locations;
   SilentLog log;
   GraphStore graphStore{locations, clock, log};
-  Discovery discovery{hardware, applications};
   std::unique_ptr<AppState> state;
 
   AppServices services() {

@@ -16,6 +16,7 @@ namespace {
 
 using namespace std::chrono_literals;
 using test::device;
+using test::input;
 using test::output;
 using test::SignalLog;
 using test::SimulatedProgram;
@@ -25,7 +26,6 @@ using testing::ElementsAre;
 using testing::Ge;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::Key;
 using testing::Not;
 using testing::SizeIs;
 using Persist = AppState::Persist;
@@ -46,9 +46,7 @@ struct RoutedProgram : SimulatedProgram {
     hardware.installDriver({device("A", 4), device("B")});
     hardware.addDevice(output("speakers", "Speakers"));
     hardware.addDevice(output("headphones", "Headphones"));
-    SimulatedDevice microphone = output("mic", "Microphone");
-    std::swap(microphone.inputBuffers, microphone.outputBuffers);
-    hardware.addDevice(microphone);
+    hardware.addDevice(input("mic", "Microphone"));
     SimulatedProcess player;
     player.pid = 77;
     player.bundleID = "org.example.Player";

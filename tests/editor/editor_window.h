@@ -26,11 +26,7 @@ struct EditorWindow : SimulatedProgram {
   explicit EditorWindow(const std::vector<VirtualDeviceConfig>& devices = {device("A"), device("B", 4)}) {
     hardware.installDriver(devices);
     hardware.addDevice(output("Speakers", "Studio Speakers"));
-    SimulatedDevice microphone;
-    microphone.uid = "Microphone";
-    microphone.name = "Desk Microphone";
-    microphone.inputBuffers = {1};
-    hardware.addDevice(microphone);
+    hardware.addDevice(input("Microphone", "Desk Microphone", 1));
     hardware.addProcess({.pid = 100, .bundleID = "com.example.Player", .isPlaying = true});
     applications.set(100, "Player");
     MainWindow::chooseStyle();

@@ -11,18 +11,17 @@
 namespace brindlemux {
 namespace {
 
+using test::constantSignal;
 using test::device;
+using test::input;
 using test::output;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
 SimulatedDevice microphone(std::uint32_t channels) {
-  SimulatedDevice device;
-  device.uid = "Microphone";
-  device.name = "Microphone";
-  device.inputBuffers = {channels};
-  device.input = [](std::int64_t, std::uint32_t) { return 0.25F; };
+  SimulatedDevice device = input("Microphone", "Microphone", channels);
+  device.input = constantSignal(0.25F);
   return device;
 }
 
