@@ -1,25 +1,18 @@
-#include <cstdlib>
-
 #include "contract/audio_hardware_contract.h"
 #include "platform/pipewire/pipewire_audio_hardware.h"
 #include "platform/simulated/virtual_scheduler.h"
 #include "support/private_server.h"
-#include "support/tone_analysis.h"
+#include "support/sine_tone.h"
 #include "support/wait_until.h"
 #include "support/wav_file.h"
 
 namespace brindlemux::test {
 namespace {
 
-/// Makes this process a client of the server.
-void useServer(const PrivateServer& server) {
-  for (const auto& [name, value] : server.environment()) setenv(name.c_str(), value.c_str(), 1);
-}
-
 class PipeWireUnderTest final : public AudioHardwareUnderTest {
  public:
   PipeWireUnderTest() : server_(serverOptions()) {
-    useServer(server_);
+    server_.adoptEnvironment();
     const auto tone = server_.folder() / "tone.wav";
     writeWav(tone, {.sampleRateHz = 48000, .channels = {sineTone(48000 * 30, 1000, 0.5, 48000)}});
     player_ = server_.launch({"pw-play", tone.string()});

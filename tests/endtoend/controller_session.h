@@ -1,7 +1,5 @@
 #pragma once
 
-#include <cstdlib>
-
 #include "app/controller/app_state.h"
 #include "app/controller/qt_scheduler.h"
 #include "endtoend/routing_session.h"
@@ -22,9 +20,7 @@ struct ControllerSession {
 
   /// Has this process find the session's server; it is the first of all to be made.
   struct Environment {
-    explicit Environment(RoutingSession& session) {
-      for (const auto& [name, value] : session.server().environment()) setenv(name.c_str(), value.c_str(), 1);
-    }
+    explicit Environment(RoutingSession& session) { session.server().adoptEnvironment(); }
   };
 
   Environment environment;

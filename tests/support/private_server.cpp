@@ -1,6 +1,7 @@
 #include "support/private_server.h"
 
 #include <csignal>
+#include <cstdlib>
 #include <fstream>
 #include <stdexcept>
 #include <sys/socket.h>
@@ -117,6 +118,10 @@ std::string PrivateServer::logs() const {
     text += std::string("\n--- ") + name + "\n" + contentOf(folder() / "server" / "log" / (std::string(name) + ".log"));
   }
   return text;
+}
+
+void PrivateServer::adoptEnvironment() const {
+  for (const auto& [name, value] : environment_) setenv(name.c_str(), value.c_str(), 1);
 }
 
 std::unique_ptr<ChildProcess> PrivateServer::launch(std::vector<std::string> arguments) const {

@@ -68,6 +68,8 @@ class PrivateServer {
 
   /// What a client's environment needs.
   const std::map<std::string, std::string>& environment() const noexcept { return environment_; }
+  /// Gives this process that environment, which makes it a client.
+  void adoptEnvironment() const;
   /// The path of the server's socket, which clients of this process give as remote.name.
   std::string socket() const;
   /// The folder of the servers and their logs; tests may put their own files beside them.

@@ -4,7 +4,6 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <memory>
@@ -14,7 +13,7 @@
 
 #include "platform/pipewire/pipewire_audio_hardware.h"
 #include "support/private_server.h"
-#include "support/tone_analysis.h"
+#include "support/sine_tone.h"
 #include "support/wav_file.h"
 
 namespace brindlemux::test {
@@ -34,7 +33,7 @@ class PipeWireServer : public testing::Test {
  protected:
   explicit PipeWireServer(PrivateServerOptions::Driver driver = PrivateServerOptions::Driver::absent)
       : server_(serverOptions(driver)) {
-    for (const auto& [name, value] : server_.environment()) setenv(name.c_str(), value.c_str(), 1);
+    server_.adoptEnvironment();
     hardware_ = std::make_unique<PipeWireAudioHardware>();
   }
 
