@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <ostream>
 
 #include "app/open_window.h"
 #include "app/shell/device_settings.h"
@@ -86,6 +87,8 @@ TEST(SettingsView, deviceWithoutAGraphIsMarkedLow) {
 struct Nearest {
   std::int64_t frames;
   int row;
+
+  friend void PrintTo(const Nearest& nearest, std::ostream* stream) { *stream << nearest.frames << " frames"; }
 };
 
 class SettingsViewNearest : public testing::TestWithParam<Nearest> {};

@@ -3,6 +3,7 @@
 #include <QQmlEngine>
 #include <gtest/gtest.h>
 #include <memory>
+#include <ostream>
 
 namespace brindlemux {
 namespace {
@@ -13,6 +14,8 @@ struct Entry {
   double green;
   double blue;
   double opacity = 1;
+
+  friend void PrintTo(const Entry& entry, std::ostream* stream) { *stream << entry.name; }
 };
 
 class Palette : public testing::TestWithParam<Entry> {};

@@ -209,6 +209,10 @@ struct Rates {
   double source;
   double device;
   double monitor;
+
+  friend void PrintTo(const Rates& rates, std::ostream* stream) {
+    *stream << rates.source << " Hz to " << rates.device << " Hz to " << rates.monitor << " Hz";
+  }
 };
 
 class DeviceEngineRates : public DeviceEnginePace, public testing::WithParamInterface<Rates> {

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <ostream>
 #include <vector>
 
 #include "engine/sounding_engine.h"
@@ -26,6 +27,10 @@ class DeviceEngineSound : public test::SoundingEngine {};
 struct Layout {
   std::uint32_t channels;
   std::vector<std::uint32_t> buffers;
+
+  friend void PrintTo(const Layout& layout, std::ostream* stream) {
+    *stream << layout.channels << " channels in buffers of " << testing::PrintToString(layout.buffers);
+  }
 };
 
 class DeviceEngineSoundLayout : public DeviceEngineSound, public testing::WithParamInterface<Layout> {};

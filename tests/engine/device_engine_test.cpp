@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -189,6 +190,10 @@ TEST_F(DeviceEngineTest, oneReconcileReplacesEverythingInAFixedOrder) {
 struct Latency {
   std::int64_t frames;
   std::int64_t used;
+
+  friend void PrintTo(const Latency& latency, std::ostream* stream) {
+    *stream << latency.frames << " frames, used as " << latency.used;
+  }
 };
 
 class DeviceEngineLatency : public DeviceEngineTest, public testing::WithParamInterface<Latency> {};

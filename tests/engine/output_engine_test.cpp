@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <numbers>
+#include <ostream>
 #include <random>
 
 #include "engine/planar_buffer.h"
@@ -252,6 +253,8 @@ struct Step {
   std::string call;
   std::string what;
   bool disposes;
+
+  friend void PrintTo(const Step& step, std::ostream* stream) { *stream << step.call; }
 };
 
 class OutputEngineFailure : public OutputEngineTest, public testing::WithParamInterface<Step> {};

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <ostream>
 #include <unistd.h>
 
 #include "platform/audio_router_error.h"
@@ -150,6 +151,8 @@ struct Step {
   std::string call;
   std::string what;
   std::vector<std::string> teardown;
+
+  friend void PrintTo(const Step& step, std::ostream* stream) { *stream << step.call; }
 };
 
 class ProcessTapCaptureFailure : public ProcessTapCaptureTest, public testing::WithParamInterface<Step> {};

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
+#include <ostream>
 #include <vector>
 
 #include "engine/planar_buffer.h"
@@ -74,6 +75,10 @@ struct Quality {
   double outputHz;
   double frequencyHz;
   double decibels;
+
+  friend void PrintTo(const Quality& quality, std::ostream* stream) {
+    *stream << quality.frequencyHz << " Hz from " << quality.inputHz << " Hz to " << quality.outputHz << " Hz";
+  }
 };
 
 class SampleRateConverterQuality : public testing::TestWithParam<Quality> {};

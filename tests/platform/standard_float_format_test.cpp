@@ -3,6 +3,7 @@
 #include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
+#include <ostream>
 
 namespace brindlemux {
 namespace {
@@ -11,6 +12,10 @@ struct Expected {
   std::int64_t requested;
   std::int64_t channels;
   std::uint32_t layoutTag;
+
+  friend void PrintTo(const Expected& expected, std::ostream* stream) {
+    *stream << expected.requested << " channels asked for";
+  }
 };
 
 class StandardFloatFormatChannels : public testing::TestWithParam<Expected> {};

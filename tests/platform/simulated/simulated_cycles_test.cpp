@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <numeric>
+#include <ostream>
 
 #include "support/hardware_client.h"
 #include "support/simulated_scene.h"
@@ -132,6 +133,10 @@ struct Rate {
   double hertz;
   double driftPPM;
   std::int64_t framesInTenSeconds;
+
+  friend void PrintTo(const Rate& rate, std::ostream* stream) {
+    *stream << rate.hertz << " Hz and " << rate.driftPPM << " ppm";
+  }
 };
 
 class SimulatedCyclesRate : public SimulatedCyclesTest, public testing::WithParamInterface<Rate> {};
