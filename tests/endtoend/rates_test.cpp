@@ -157,7 +157,7 @@ void expectOneDisturbanceEach(ServerClock& clock, const Setting& setting, const 
   for (const int value : values) {
     bool isFaultless = false;
     std::string fault;
-    for (int attempt = 0; attempt < 3 && !isFaultless; ++attempt) {
+    for (int attempt = 0; attempt < 3 && !isFaultless && fault.empty(); ++attempt) {
       bool stalled = false;
       if (attempt > 0) {
         ASSERT_TRUE(breaksOfChange(clock, setting, previous, stalled)) << previous << clock.report();
@@ -168,7 +168,7 @@ void expectOneDisturbanceEach(ServerClock& clock, const Setting& setting, const 
       if (!isFaultless && !stalled) fault = describe(*breaks);
     }
     if (isFaultless) ++measured;
-    EXPECT_TRUE(isFaultless || fault.empty()) << setting.key << " " << value << "\n" << fault;
+    EXPECT_EQ(fault, "") << setting.key << " " << value << "\n" << fault;
     if (!isFaultless && fault.empty()) std::cout << setting.key << " " << value << ": the machine is too busy\n";
     previous = value;
   }
@@ -215,7 +215,8 @@ TEST_P(ServerRate, isTheRoutesOwnToTheLastBit) {
     fault = describe(clock.breaksSince(before));
     isUnbroken = fault.empty();
   }
-  EXPECT_TRUE(isUnbroken || stalled) << fault;
+  if (stalled && !isUnbroken) GTEST_SKIP() << "the machine is too busy to tell";
+  EXPECT_EQ(fault, "");
 }
 
 INSTANTIATE_TEST_SUITE_P(Rates, ServerRate, testing::Values(44100, 48000, 96000),
