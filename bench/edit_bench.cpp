@@ -1,6 +1,7 @@
 // How long the controller's thread is busy with one step of a gain slider, with large graphs on a real disk.
 #include <algorithm>
 #include <chrono>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -8,7 +9,6 @@
 #include <vector>
 
 #include "app/controller/app_state.h"
-#include "model/file_locations.h"
 #include "model/graph_store.h"
 #include "model/system_log.h"
 #include "platform/discovery.h"
@@ -17,6 +17,7 @@
 #include "platform/simulated/table_running_applications.h"
 #include "platform/simulated/virtual_clock.h"
 #include "platform/simulated/virtual_scheduler.h"
+#include "support/store_services.h"
 #include "support/temporary_folder.h"
 
 namespace brindlemux::bench {
@@ -29,29 +30,27 @@ constexpr int sourcesOfADevice = 16;
 constexpr int channels = 16;
 constexpr int steps = 1000;
 
-/// A folder of the benchmark's own below `parent`, removed at the end.
-struct OwnFolder final : FileLocations {
-  explicit OwnFolder(const std::filesystem::path& parent) : folder(parent) {}
-  std::filesystem::path applicationSupport() const override { return folder.path(); }
-  test::TemporaryFolder folder;
-};
-
 std::string uid(int device) {
   return "BrindlemuxAudio_UID_" + CountingUUIDSource::identifier(static_cast<std::uint64_t>(device)).string();
+}
+
+UUID nodeOf(int device, int number) {
+  return CountingUUIDSource::identifier(1000 + 100 * static_cast<std::uint64_t>(device) +
+                                        static_cast<std::uint64_t>(number));
 }
 
 /// Every source a stereo application on a pair of outputs of its own, as a mixing desk has them, and two monitors.
 DeviceGraph desk(int device) {
   DeviceGraph graph(uid(device));
   for (int number = 0; number < sourcesOfADevice; ++number) {
-    const UUID id = CountingUUIDSource::identifier(static_cast<std::uint64_t>(1000 + 100 * device + number));
+    const UUID id = nodeOf(device, number);
     const std::string name = "Application " + std::to_string(number);
     graph.sources.push_back({.id = id, .kind = AppSource{"org.example." + name, name}, .channelGains = {1.0F, 1.0F}});
     graph.wires.push_back({id, 0, (2 * number) % channels});
     graph.wires.push_back({id, 1, (2 * number + 1) % channels});
   }
   for (int number = 0; number < 2; ++number) {
-    const UUID id = CountingUUIDSource::identifier(static_cast<std::uint64_t>(1090 + 100 * device + number));
+    const UUID id = nodeOf(device, 90 + number);
     graph.monitors.push_back({.id = id, .deviceUID = "output", .name = "Output"});
     graph.monitorWires.push_back({0, id, 0});
     graph.monitorWires.push_back({1, id, 1});
@@ -63,7 +62,8 @@ DeviceGraph desk(int device) {
 double milliseconds(Clock::duration duration) { return std::chrono::duration<double, std::milli>(duration).count(); }
 
 void measure(const std::filesystem::path& parent) {
-  const OwnFolder folder(parent);
+  const test::TemporaryFolder folder(parent);
+  const test::FolderLocations locations(folder.path());
   StandardErrorLog log;
   VirtualClock clock;
   CountingUUIDSource uuids;
@@ -71,7 +71,7 @@ void measure(const std::filesystem::path& parent) {
   SimulatedAudioHardware hardware;
   TableRunningApplications applications;
   const Discovery discovery(hardware, applications);
-  GraphStore store(folder, clock, log);
+  GraphStore store(locations, clock, log);
 
   DeviceGraphs graphs;
   std::vector<VirtualDeviceConfig> list;

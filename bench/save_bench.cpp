@@ -9,6 +9,7 @@
 #include "model/graph_store.h"
 #include "model/replace_file.h"
 #include "side_by_side.h"
+#include "support/store_services.h"
 #include "support/temporary_folder.h"
 
 namespace brindlemux::bench {
@@ -16,12 +17,6 @@ namespace {
 
 constexpr int devices = 32;
 constexpr int sourcesPerDevice = 16;
-
-/// Below the working folder, since a folder for temporary files may be kept in memory.
-struct Folder final : FileLocations {
-  std::filesystem::path applicationSupport() const override { return folder.path(); }
-  test::TemporaryFolder folder{std::filesystem::current_path()};
-};
 
 UUID identifier(int device, int node) {
   UUID id;
@@ -61,10 +56,12 @@ DeviceGraphs everything() {
 struct Bench {
   const DeviceGraphs graphs = everything();
   const std::string encoded = std::get<std::string>(encodeGraphs(graphs));
-  const Folder folder;
+  /// Below the working folder, since a folder for temporary files may be kept in memory.
+  const test::TemporaryFolder folder{std::filesystem::current_path()};
+  const test::FolderLocations locations{folder.path()};
   SystemClock clock;
   StandardErrorLog log;
-  GraphStore store{folder, clock, log};
+  GraphStore store{locations, clock, log};
 };
 
 /// Made when the first of the benchmarks runs.
@@ -93,8 +90,7 @@ void add(const std::string& what, void (*run)(Bench&)) {
 void registerSaving() {
   add("save", [](Bench& all) { all.store.save(all.graphs); });
   add("encode alone", [](Bench& all) { benchmark::DoNotOptimize(encodeGraphs(all.graphs)); });
-  add("replace the file alone",
-      [](Bench& all) { replaceFile(all.folder.applicationSupport() / "alone.json", all.encoded); });
+  add("replace the file alone", [](Bench& all) { replaceFile(all.folder.path() / "alone.json", all.encoded); });
 }
 
 }  // namespace brindlemux::bench

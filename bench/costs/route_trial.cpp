@@ -107,7 +107,7 @@ void listen(const Ground& ground, const Build& build, const Routes& routes, Tria
     ground.linkPorts(ports[port], "probe:input_" + std::to_string(port + 1));
   }
   const std::size_t before = probe.frames() + sampleRateHz / 4;
-  const std::size_t wanted = before + listeningSeconds * sampleRateHz;
+  const std::size_t wanted = before + static_cast<std::size_t>(listeningSeconds) * sampleRateHz;
   // Where the server cannot finish its cycles nothing arrives.
   const bool isHeard = test::waitUntil([&] { return probe.frames() >= wanted; }, 20s);
   trial.errors = probe.errors();

@@ -92,11 +92,12 @@ void WireKeys::aim(const PortID& port) {
 void WireKeys::finish() {
   const std::optional<PortID> from = std::exchange(from_, std::nullopt);
   const std::optional<PortID> target = std::exchange(target_, std::nullopt);
-  WireDrag* drag = drag_;
-  if (drag != nullptr && from && target && positions().contains(*target)) {
-    drag->portDragEnded(*from, positions().at(*target));
-  } else if (drag != nullptr) {
-    drag->abandon();
+  if (WireDrag* drag = drag_) {
+    if (from && target && positions().contains(*target)) {
+      drag->portDragEnded(*from, positions().at(*target));
+    } else {
+      drag->abandon();
+    }
   }
   Q_EMIT changed();
 }

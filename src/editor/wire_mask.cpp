@@ -69,7 +69,8 @@ class Field {
       top_ = std::min(top_, near.top());
       bottom = std::max(bottom, near.bottom());
     }
-    rows_.resize(static_cast<std::size_t>(bottom - top_ + 1));
+    const int height = bottom - top_ + 1;
+    rows_.resize(static_cast<std::size_t>(height));
     for (const Segment& segment : segments) {
       const QRect near = segment.near(margin);
       for (int y = near.top(); y <= near.bottom(); ++y) {

@@ -52,7 +52,7 @@ WireShade::WireShade(const std::vector<Band>& bands, double period, double scale
     partsPerStep_ = static_cast<std::uint32_t>(std::lround(patternParts / (period * WireMask::alongSteps)));
   }
   const int rows = WireMask::distanceCount(scale);
-  colours_.reserve(static_cast<std::size_t>(rows * columns_));
+  colours_.reserve(static_cast<std::size_t>(rows) * static_cast<std::size_t>(columns_));
   for (int row = 0; row < rows; ++row) {
     const double distance = static_cast<double>(row) / WireMask::distanceSteps;
     for (int column = 0; column < columns_; ++column) {

@@ -21,7 +21,7 @@ struct UUID {
   /// Reads the canonical form in either case; anything else gives nothing.
   static std::optional<UUID> parse(std::string_view text) noexcept;
 
-  friend auto operator<=>(const UUID&, const UUID&) = default;
+  friend auto operator<=>(const UUID&, const UUID&) = default;  // NOLINT(modernize-use-nullptr): its 0 is no pointer.
 };
 
 /// Where new identifiers come from.

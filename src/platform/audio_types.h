@@ -33,6 +33,7 @@ struct AudioObjectPropertyAddress {
   FourCharCode scope = fourCharCode("glob");
   std::uint32_t element = 0;
 
+  // NOLINTNEXTLINE(modernize-use-nullptr): takes the zero that a defaulted comparison is compared with for a pointer.
   friend auto operator<=>(const AudioObjectPropertyAddress&, const AudioObjectPropertyAddress&) = default;
 };
 

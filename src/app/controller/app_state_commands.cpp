@@ -89,7 +89,7 @@ void AppState::refreshLater() {
 
 void AppState::updateGraph(const std::string& uid, Persist persist, const std::function<void(DeviceGraph&)>& mutation) {
   // The caller's text may be part of what this replaces.
-  const std::string deviceUID = uid;
+  const std::string deviceUID = uid;  // NOLINT(performance-unnecessary-copy-initialization): hence the copy.
   const bool isKnown = graphs_.contains(deviceUID);
   const DeviceGraph previous = graph(deviceUID);
   DeviceGraph edited = previous;
