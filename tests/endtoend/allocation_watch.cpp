@@ -54,11 +54,14 @@ int pthread_setname_np(pthread_t thread, const char* name) noexcept {
   return setName(thread, name);
 }
 
+// The library's own names for what stands below.
+// NOLINTBEGIN(bugprone-reserved-identifier)
 void* __libc_malloc(std::size_t);
 void* __libc_calloc(std::size_t, std::size_t);
 void* __libc_realloc(void*, std::size_t);
 void* __libc_memalign(std::size_t, std::size_t);
 void __libc_free(void*);
+// NOLINTEND(bugprone-reserved-identifier)
 
 void* malloc(std::size_t size) noexcept {
   note(&AllocationCounts::allocations);

@@ -73,7 +73,7 @@ std::unique_ptr<ChildProcess> RoutingSession::startAgain(const std::map<std::str
 
 std::filesystem::path RoutingSession::writeStereo(const std::string& name, std::vector<float> left,
                                                   std::vector<float> right) const {
-  const auto path = file(name);
+  auto path = file(name);
   writeWav(path, {.sampleRateHz = 48000, .channels = {std::move(left), std::move(right)}});
   return path;
 }

@@ -17,7 +17,6 @@ using test::framesOf;
 using test::inputDevice;
 using test::lastNumberedFrame;
 using test::loopbackDevice;
-using test::node;
 using test::numbered;
 using test::outputDevice;
 using test::playingProcess;

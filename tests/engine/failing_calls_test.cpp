@@ -87,7 +87,7 @@ class FailingCalls : public testing::TestWithParam<Variant> {
     for (int i = 0; i < failures; ++i) {
       scenario.hardware.journal().failNext("", statusOf(index), static_cast<std::int64_t>(index));
     }
-    const auto lines = callsOf(scenario, [&] { scenario.reconcile(processes, devices); });
+    auto lines = callsOf(scenario, [&] { scenario.reconcile(processes, devices); });
     EXPECT_EQ(scenario.hardware.journal().pendingFaults(), 0U) << "call " << index << " was not made";
     return lines;
   }

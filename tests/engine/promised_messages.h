@@ -80,7 +80,7 @@ inline std::optional<std::string> leftBehind(const std::string& line, const std:
   const bool releases = line.starts_with("destroy") || line.starts_with("disposeAudioUnit");
   if (!releases || line.starts_with("destroyIOProc aggregate")) return std::nullopt;
   const std::string object = line.substr(line.rfind(' ') + 1);
-  for (std::string resource : before) {
+  for (const std::string& resource : before) {
     if (resource != object && !resource.starts_with(object + " ")) continue;
     const std::size_t running = resource.rfind(" running");
     return running == std::string::npos ? resource : resource.substr(0, running);

@@ -94,7 +94,7 @@ std::uint32_t number(std::string_view text) {
 /// serial is the server's word.
 class Properties {
  public:
-  explicit Properties(std::vector<std::string_view> fields, std::optional<std::uint64_t> serial = {}) {
+  explicit Properties(const std::vector<std::string_view>& fields, std::optional<std::uint64_t> serial = {}) {
     for (const std::string_view field : fields) {
       const std::size_t sign = field.find('=');
       if (sign == std::string_view::npos || field.starts_with(PW_KEY_OBJECT_SERIAL "=")) continue;

@@ -19,7 +19,7 @@ UUID identifier(std::uint8_t number) {
 template <typename Record>
 void expectAllDistinct(const std::vector<Record>& records) {
   for (std::size_t i = 0; i < records.size(); ++i) {
-    const Record copy = records[i];
+    const Record copy = records[i];  // NOLINT(performance-unnecessary-copy-initialization): it is what is tested.
     EXPECT_EQ(records[i], copy) << i;
     EXPECT_EQ(std::hash<Record>{}(records[i]), std::hash<Record>{}(copy)) << i;
     for (std::size_t j = i + 1; j < records.size(); ++j) {

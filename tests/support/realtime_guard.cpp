@@ -89,11 +89,13 @@ Function* original(const char* name) noexcept {
 extern "C" {
 
 // The C library's own entries, under names that stay reachable when the usual ones are taken over.
+// NOLINTBEGIN(bugprone-reserved-identifier)
 void* __libc_malloc(std::size_t);
 void* __libc_calloc(std::size_t, std::size_t);
 void* __libc_realloc(void*, std::size_t);
 void* __libc_memalign(std::size_t, std::size_t);
 void __libc_free(void*);
+// NOLINTEND(bugprone-reserved-identifier)
 
 BRINDLEMUX_TAKE_OVER void* malloc(std::size_t size) noexcept {
   countAllocation();

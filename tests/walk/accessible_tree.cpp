@@ -73,7 +73,7 @@ class Tree {
                                                             QStringLiteral("GetAddress"))));
   }
   static QDBusConnection connectTo(const QString& address) {
-    const QDBusConnection bus = QDBusConnection::connectToBus(address, QStringLiteral("accessibility"));
+    QDBusConnection bus = QDBusConnection::connectToBus(address, QStringLiteral("accessibility"));
     if (!bus.isConnected()) throw std::runtime_error("there is no bus of assistive technology");
     return bus;
   }

@@ -1,10 +1,10 @@
 // Whom the program takes the server's clients for.
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <memory>
 #include <set>
-#include <stdlib.h>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -87,8 +87,8 @@ TEST_F(Identities, everyKindOfClientIsKnownForWhatItIs) {
         "--file-format", "--client-name=A Player", tone},
        {"org.example.Pulse", "A Player"}},
       {{"env",
-        "PULSE_PROP=application.id=org.example.Other application.process.id=2 "
-        "pipewire.access.portal.app_id=org.example.Boxed",
+        ("PULSE_PROP=application.id=org.example.Other application.process.id=2 "
+         "pipewire.access.portal.app_id=org.example.Boxed"),
         programLike("pacat", "boxed-player"), "--playback", "--file-format", "--client-name=Boxed", tone},
        {"org.example.Boxed", "Boxed"}},
       {{programLike("pw-cat", "tone-player"), "--playback", tone}, {"org.example.TonePlayer", "Tone Player"}},

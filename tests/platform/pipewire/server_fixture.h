@@ -76,7 +76,7 @@ struct RunningTap {
 ///
 /// A tap asks for shorter blocks than the server's own, and pw-play at times falls silent for as long as the blocks
 /// have changed under it: who plays to such a tap is paplay.
-inline RunningTap startTap(AudioHardware& hardware, TapDescription description, IOBlock also = {}) {
+inline RunningTap startTap(AudioHardware& hardware, TapDescription description, const IOBlock& also = {}) {
   static std::uint8_t tapCount = 0;
   description.uuid.bytes[15] = ++tapCount;
   description.name = "All";
