@@ -47,7 +47,9 @@ std::filesystem::path DeviceFile::standardPath() {
 std::vector<VirtualDeviceConfig> DeviceFile::load() noexcept {
   std::vector<VirtualDeviceConfig> devices;
   guarded("load the devices", [&] {
-    if (path_.empty() || !exists(symlink_status(path_))) return;
+    if (path_.empty()) return;
+    removeLeftovers(path_);
+    if (!exists(symlink_status(path_))) return;
     // One byte more than what is accepted: a text that is cut off must not become a shorter one that is.
     const auto text = readRegularFile(path_, driverPayloadMostBytes + 1);
     auto decoded = decodeDriverPayload(text ? *text : "");

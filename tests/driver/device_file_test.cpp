@@ -4,12 +4,14 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <optional>
+#include <set>
 #include <string>
 #include <sys/stat.h>
 #include <vector>
 
 #include "model/driver_payload.h"
 #include "support/file_contents.h"
+#include "support/killed_save.h"
 #include "support/temporary_folder.h"
 
 namespace brindlemux::driver {
@@ -56,6 +58,13 @@ TEST_F(DeviceFileTest, loadsWhatItSaved) {
   EXPECT_EQ(content(), encodeDriverPayload(two));
   EXPECT_EQ(DeviceFile(path_).load(), two);
   EXPECT_EQ(std::distance(fs::directory_iterator(path_.parent_path()), {}), 1) << "nothing else is left there";
+}
+
+TEST_F(DeviceFileTest, whatAKilledSaveHasLeftGoesWithTheNextLoad) {
+  DeviceFile(path_).save(encodeDriverPayload(two));
+  test::leaveKilledSave(path_);
+  EXPECT_EQ(DeviceFile(path_).load(), two);
+  EXPECT_EQ(test::namesIn(path_.parent_path()), std::set<std::string>{"devices.json"});
 }
 
 TEST_F(DeviceFileTest, setsAsideWhatHoldsNoList) {

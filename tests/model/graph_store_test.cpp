@@ -19,6 +19,7 @@
 #include <vector>
 
 #include "support/file_contents.h"
+#include "support/killed_save.h"
 #include "support/store_services.h"
 #include "support/temporary_folder.h"
 
@@ -74,6 +75,14 @@ TEST_F(GraphStoreTest, aGoodFileIsReadAndLeftAlone) {
   ASSERT_EQ(graphs.size(), 1U);
   EXPECT_EQ(graphs.at("u").latencyFrames, 64);
   EXPECT_EQ(contentOf(file()), oneGraph);
+  EXPECT_EQ(names(), std::set<std::string>{"graphs.json"});
+}
+
+TEST_F(GraphStoreTest, whatAKilledSaveHasLeftGoesWithTheNextLoad) {
+  place(oneGraph);
+  test::leaveKilledSave(file());
+  ASSERT_EQ(names().size(), 2U);
+  EXPECT_EQ(store_.load().size(), 1U);
   EXPECT_EQ(names(), std::set<std::string>{"graphs.json"});
 }
 

@@ -8,11 +8,10 @@
 #include <sstream>
 #include <string>
 #include <sys/stat.h>
-#include <sys/types.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include "support/file_contents.h"
+#include "support/killed_save.h"
 #include "support/temporary_folder.h"
 
 namespace brindlemux {
@@ -112,17 +111,9 @@ TEST(ReplaceFile, leftoversOfACrashAreNoObstacle) {
   EXPECT_EQ(contentOf(folder.path() / leftover), "leftover");
 }
 
-/// The number of a process that has ended.
-pid_t endedProcess() {
-  const pid_t process = fork();
-  if (process == 0) _exit(0);
-  EXPECT_EQ(waitpid(process, nullptr, 0), process);
-  return process;
-}
-
 TEST(RemoveLeftovers, takesOldFilesOfProcessesThatHaveEndedAndNothingElse) {
   const TemporaryFolder folder;
-  const std::string ended = std::to_string(endedProcess());
+  const std::string ended = std::to_string(test::endedProcess());
   const std::string running = std::to_string(getpid());
   const auto write = [&](const std::string& name, std::chrono::seconds age) {
     writeFile(folder.path() / name, "bytes");
@@ -151,12 +142,9 @@ TEST(RemoveLeftovers, takesOldFilesOfProcessesThatHaveEndedAndNothingElse) {
 
 TEST(RemoveLeftovers, looksWhereALinkLeads) {
   const TemporaryFolder folder;
-  const std::string name = ".file." + std::to_string(endedProcess()) + "-0";
   std::filesystem::create_directory(folder.path() / "elsewhere");
   std::filesystem::create_symlink("elsewhere/file", folder.path() / "link");
-  writeFile(folder.path() / "elsewhere" / name, "bytes");
-  std::filesystem::last_write_time(folder.path() / "elsewhere" / name,
-                                   std::filesystem::file_time_type::clock::now() - std::chrono::minutes(2));
+  test::leaveKilledSave(folder.path() / "elsewhere" / "file");
   removeLeftovers(folder.path() / "link");
   EXPECT_TRUE(namesIn(folder.path() / "elsewhere").empty());
 }
