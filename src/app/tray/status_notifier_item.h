@@ -33,7 +33,8 @@ const QDBusArgument& operator>>(const QDBusArgument& argument, TrayToolTip& tool
 /// Slots and properties have the names that the interface gives them.
 ///
 /// Where the program's icons are installed, the desktop draws the symbolic one in the colour of its tray, light or
-/// dark; elsewhere it gets the picture of the application, which stands out on both.
+/// dark, or where it does not colour icons in a grey that shows on both; elsewhere it gets the picture of the
+/// application, which stands out on both.
 ///
 /// Threads: the main thread.
 class StatusNotifierItem final : public QObject {

@@ -2,6 +2,8 @@
 
 #include <QCoreApplication>
 #include <QDBusObjectPath>
+#include <QImageReader>
+#include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
@@ -91,6 +93,57 @@ TEST(Tray, namesTheSymbolicIconWhereItIsInstalled) {
   const ShownTray shown;
   EXPECT_EQ(shown.desktop.itemProperty("IconName").toString(), "com.brindlemux.Brindlemux-symbolic");
   EXPECT_TRUE(qdbus_cast<QList<TrayPixmap>>(shown.desktop.itemProperty("IconPixmap")).isEmpty());
+}
+
+/// The symbolic icon as it is, without a desktop's colour.
+QImage symbolicIcon(int size) {
+  QImageReader reader(QStringLiteral(BRINDLEMUX_ICONS "/com.brindlemux.Brindlemux-symbolic.svg"));
+  reader.setScaledSize({size, size});
+  return reader.read().convertToFormat(QImage::Format_ARGB32);
+}
+
+class SymbolicIcon : public testing::TestWithParam<int> {};
+
+TEST_P(SymbolicIcon, keepsItsBarsApart) {
+  const QImage image = symbolicIcon(GetParam());
+  ASSERT_EQ(image.width(), GetParam());
+  int bars = 0;
+  bool isInBar = false;
+  for (int x = 0; x < image.width(); ++x) {
+    const int alpha = qAlpha(image.pixel(x, image.height() / 2));
+    // A gap is at least three quarters clear somewhere, and a bar solid.
+    if (alpha <= 64) isInBar = false;
+    if (alpha >= 250 && !isInBar) {
+      isInBar = true;
+      ++bars;
+    }
+  }
+  EXPECT_EQ(bars, 5);
+}
+
+// What trays show at a scale of 1, and the smallest at 2.
+INSTANTIATE_TEST_SUITE_P(Sizes, SymbolicIcon, testing::Values(16, 22, 24, 32),
+                         [](const auto& test) { return "pixels" + std::to_string(test.param); });
+
+/// By the rules for readable web pages.
+double luminance(QRgb colour) {
+  const auto linear = [](int part) {
+    const double value = part / 255.0;
+    return value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
+  };
+  return 0.2126 * linear(qRed(colour)) + 0.7152 * linear(qGreen(colour)) + 0.0722 * linear(qBlue(colour));
+}
+
+TEST(SymbolicIcon, showsOnLightAndDarkTraysThatDoNotColourIt) {
+  const QRgb colour = symbolicIcon(16).pixel(8, 8);
+  ASSERT_EQ(qAlpha(colour), 255);
+  // White, black, and the usual grounds of light and dark panels.
+  for (const QRgb ground : {0xffffffff, 0xff000000, 0xffeff0f1, 0xff31363b}) {
+    const double lighter = std::max(luminance(colour), luminance(ground));
+    const double darker = std::min(luminance(colour), luminance(ground));
+    // What those rules ask of symbols.
+    EXPECT_GE((lighter + 0.05) / (darker + 0.05), 3.0) << std::hex << ground;
+  }
 }
 
 TEST(Tray, isNotShownWithoutABus) {
