@@ -9,8 +9,10 @@ namespace brindlemux {
 namespace {
 
 TEST(ProcessSignals, eachSignalIsDelivered) {
-  for (const int number : {SIGTERM, SIGINT}) {
-    ProcessSignals signals({SIGTERM, SIGINT});
+  // Whoever runs the tests may have them ignore this one.
+  const auto former = signal(SIGHUP, SIG_DFL);
+  for (const int number : {SIGTERM, SIGINT, SIGHUP}) {
+    ProcessSignals signals({SIGTERM, SIGINT, SIGHUP});
     signals.listen();
     int received = 0;
     QObject::connect(&signals, &ProcessSignals::received, [&received] { ++received; });
@@ -19,6 +21,21 @@ TEST(ProcessSignals, eachSignalIsDelivered) {
     EXPECT_EQ(received, 0);
     EXPECT_TRUE(test::eventually([&] { return received == 1; })) << "signal " << number;
   }
+  signal(SIGHUP, former);
+}
+
+TEST(ProcessSignals, hangUpThatIsIgnoredStaysSo) {
+  const auto former = signal(SIGHUP, SIG_IGN);
+  sigset_t held;
+  sigemptyset(&held);
+  sigaddset(&held, SIGHUP);
+  // An earlier test may have left it held back.
+  ASSERT_EQ(pthread_sigmask(SIG_UNBLOCK, &held, nullptr), 0);
+  const ProcessSignals signals({SIGTERM, SIGHUP});
+  ASSERT_EQ(pthread_sigmask(SIG_BLOCK, nullptr, &held), 0);
+  EXPECT_TRUE(sigismember(&held, SIGTERM));
+  EXPECT_FALSE(sigismember(&held, SIGHUP));
+  signal(SIGHUP, former);
 }
 
 }  // namespace

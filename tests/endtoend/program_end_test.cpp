@@ -27,8 +27,9 @@ TEST_P(ProgramEnd, aSignalEndsItInOrderAndLeavesNothingBehind) {
   EXPECT_TRUE(ServerDump(session.server()).node(RoutingSession::deviceUID).has_value());
 }
 
-INSTANTIATE_TEST_SUITE_P(Signals, ProgramEnd, testing::Values(SIGTERM, SIGINT),
-                         [](const auto& test) { return test.param == SIGTERM ? "terminate" : "interrupt"; });
+INSTANTIATE_TEST_SUITE_P(Signals, ProgramEnd, testing::Values(SIGTERM, SIGINT, SIGHUP), [](const auto& test) {
+  return test.param == SIGTERM ? "terminate" : test.param == SIGINT ? "interrupt" : "hangUp";
+});
 
 TEST(KilledProgram, leavesNothingBehind) {
   RoutingSession session(2, monitoredGraph());

@@ -68,6 +68,8 @@ ChildProcess::ChildProcess(const Command& command)
   sigset_t none;
   sigemptyset(&none);
   sigprocmask(SIG_SETMASK, &none, nullptr);
+  // Nor does it matter whether whoever runs the tests has them live on without a terminal.
+  ::signal(SIGHUP, SIG_DFL);
   prctl(PR_SET_PDEATHSIG, SIGTERM);
   if (getppid() != parent) _exit(127);
   const int input = open("/dev/null", O_RDONLY);

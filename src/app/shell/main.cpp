@@ -39,7 +39,8 @@ int main(int argc, char* argv[]) {
   using namespace brindlemux;
 
   // First of all, before anything can start a thread.
-  ProcessSignals terminations({SIGTERM, SIGINT});
+  // A session that ends may send SIGHUP right behind SIGTERM.
+  ProcessSignals terminations({SIGTERM, SIGINT, SIGHUP});
   ProcessSignals reports({SIGUSR1});
   allowManyFiles();
 

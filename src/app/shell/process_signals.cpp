@@ -4,11 +4,23 @@
 #include <unistd.h>
 
 namespace brindlemux {
+namespace {
+
+/// Whether whoever started the program wants it to live on without its terminal, as nohup does.
+bool survivesHangUp() {
+  struct sigaction action {};
+  return sigaction(SIGHUP, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+}
+
+}  // namespace
 
 ProcessSignals::ProcessSignals(std::initializer_list<int> numbers) {
   sigset_t set;
   sigemptyset(&set);
-  for (const int number : numbers) sigaddset(&set, number);
+  for (const int number : numbers) {
+    // Held back it would be delivered, although it is ignored.
+    if (number != SIGHUP || !survivesHangUp()) sigaddset(&set, number);
+  }
   descriptor_ = signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK);
   // Held back from their usual effect only where they can be read instead.
   if (descriptor_ >= 0) pthread_sigmask(SIG_BLOCK, &set, nullptr);

@@ -8,8 +8,8 @@
 
 namespace brindlemux {
 
-/// Turns signals of the kernel's into one of Qt's on the main thread: SIGTERM and SIGINT, so that the program ends in
-/// order, and SIGUSR1, for which it tells how its routes are doing.
+/// Turns signals of the kernel's into one of Qt's on the main thread: SIGTERM, SIGINT and SIGHUP, so that the program
+/// ends in order, and SIGUSR1, for which it tells how its routes are doing. A SIGHUP that is ignored stays so.
 ///
 /// Threads: made on the main thread before any other exists, since a thread inherits which signals it holds back.
 /// Errors: where the kernel gives no descriptor the signals keep their usual effect.
