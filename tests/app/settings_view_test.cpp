@@ -150,6 +150,18 @@ TEST(SettingsView, keyboardDoesItAll) {
   EXPECT_EQ(open.state->settingsSheetUID(), std::nullopt);
 }
 
+TEST(SettingsView, arrowsStopAtTheFirstAndTheLastRow) {
+  const OpenSettings open;
+  for (int presses = 0; presses < 5; ++presses) open.press(Qt::Key_Down);
+  EXPECT_TRUE(open.hasFocus("settings.mode.3"));
+  for (int presses = 0; presses < 3; ++presses) open.press(Qt::Key_Up);
+  EXPECT_TRUE(open.hasFocus("settings.mode.0"));
+  open.press(Qt::Key_Up);
+  EXPECT_TRUE(open.hasFocus("settings.mode.0"));
+  // They lead to a row and choose none.
+  EXPECT_EQ(open.latencyFrames(), 256);
+}
+
 TEST(SettingsView, tabStaysWithinTheSheet) {
   const OpenSettings open;
   std::set<QQuickItem*> seen;

@@ -13,6 +13,9 @@ T.RadioButton {
     required property latencyModeRow modelData
     required property bool selected
 
+    /// An arrow was pressed that leads this many rows down; up is below 0.
+    signal moved(step: int)
+
     objectName: "settings.mode." + index
     implicitHeight: Math.max(texts.implicitHeight, symbol.implicitHeight) + 18
     hoverEnabled: true
@@ -26,8 +29,8 @@ T.RadioButton {
     Accessible.onPressAction: clicked()
     Keys.onReturnPressed: clicked()
     Keys.onEnterPressed: clicked()
-    Keys.onUpPressed: nextItemInFocusChain(false).forceActiveFocus(Qt.BacktabFocusReason)
-    Keys.onDownPressed: nextItemInFocusChain(true).forceActiveFocus(Qt.TabFocusReason)
+    Keys.onUpPressed: moved(-1)
+    Keys.onDownPressed: moved(1)
 
     background: Rectangle {
         radius: 8

@@ -58,6 +58,11 @@ Sheet {
                     width: parent.width
                     selected: index === settings.selectedMode
                     onClicked: settings.choose(index)
+                    onMoved: step => {
+                        const next = rows.itemAt(index + step);
+                        if (next)
+                            next.forceActiveFocus(Qt.TabFocusReason);
+                    }
                 }
             }
         }
