@@ -1,3 +1,4 @@
+#include <QElapsedTimer>
 #include <gtest/gtest.h>
 
 #include "app/open_window.h"
@@ -87,6 +88,33 @@ TEST(Onboarding, pagesGoForwardAndBack) {
   open.click("onboarding.next");
   EXPECT_TRUE(eventually([&] { return !open.isOpen(); }));
   EXPECT_TRUE(seenOnDisk());
+}
+
+TEST(Onboarding, pagesTakeAFifthOfASecondToTurn) {
+  const FirstStart open;
+  for (const char* button : {"onboarding.next", "onboarding.back"}) {
+    QElapsedTimer timer;
+    timer.start();
+    open.click(button);
+    open.expectPage(button == std::string("onboarding.next") ? 1 : 0);
+    // At least: a busy machine shows the last frame later. The first one may count for the time since the one before.
+    EXPECT_GE(timer.elapsed(), 200 - 34) << button;
+  }
+}
+
+TEST(Onboarding, symbolAndTitleStayInTheirPlaceFromPageToPage) {
+  const FirstStart open;
+  const auto top = [&open](int page, const char* part) {
+    const std::string name = "onboarding.page." + std::to_string(page);
+    return open.item(name + part)->mapToItem(open.item(name), {0, 0}).y();
+  };
+  for (int page = 0; page < 4; ++page) {
+    EXPECT_EQ(top(page, ".icon"), top(0, ".icon")) << page;
+    EXPECT_EQ(top(page, ".title"), top(0, ".title")) << page;
+    // And the text ends above the buttons.
+    const QQuickItem* body = open.item("onboarding.page." + std::to_string(page) + ".body");
+    EXPECT_LE(top(page, ".body") + body->height(), open.item("onboarding.page.0")->height()) << page;
+  }
 }
 
 TEST(Onboarding, arrowsTurnPagesAndStopAtTheEnds) {

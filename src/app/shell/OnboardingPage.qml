@@ -19,8 +19,11 @@ Item {
     Accessible.ignored: !current
 
     Column {
-        anchors.centerIn: parent
-        width: parent.width - 40
+        // From the top, so that the symbol stays in its place from page to page however long the text is; and narrow, so
+        // that no text ends with a line of a single word.
+        anchors.horizontalCenter: parent.horizontalCenter
+        y: 52
+        width: 352
         spacing: 16
 
         Icon {
