@@ -36,6 +36,10 @@ TEST(ContentView, saysThatTheDriverIsMissing) {
   EXPECT_EQ(font("driverMissing.title").pixelSize(), 15);
   EXPECT_EQ(font("driverMissing.command").family(), "monospace");
   EXPECT_EQ(font("driverMissing.command").pixelSize(), 12);
+  // As precise as a colour of 16 bits a component is.
+  EXPECT_EQ(open.item("driverMissing.command")->property("color").value<QColor>(),
+            QColor::fromRgbF(0.64F, 0.665F, 0.715F));
+  EXPECT_EQ(open.item("driverMissing.symbol")->property("size").toReal(), 26);
   EXPECT_TRUE(open.item("driverMissing.checkAgain")->property("prominent").toBool());
   EXPECT_FALSE(open.shows("emptyState"));
   open.hardware.installDriver({device("A")});

@@ -13,8 +13,12 @@ Item {
     required property AppState appState
     required property UserDefaults defaults
     property bool showOnboarding: false
+    property bool isComplete: false
 
-    Component.onCompleted: showOnboarding = !defaults.onboardingSeen
+    Component.onCompleted: {
+        showOnboarding = !defaults.onboardingSeen;
+        isComplete = true;
+    }
     // However the pages were closed, they have been seen.
     onShowOnboardingChanged: {
         if (!showOnboarding)
@@ -62,7 +66,8 @@ Item {
     }
 
     ErrorAlert {
-        message: root.appState.errorMessage
+        // Not before the other sheets, so that the keyboard is where the alert is: above them.
+        message: root.isComplete ? root.appState.errorMessage : ""
         onClosed: root.appState.dismissError()
     }
 }

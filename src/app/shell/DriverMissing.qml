@@ -16,6 +16,7 @@ Item {
         spacing: 14
 
         Icon {
+            objectName: "driverMissing.symbol"
             anchors.horizontalCenter: parent.horizontalCenter
             name: "exclamationmark.triangle.fill"
             size: Theme.largeTitleSize
