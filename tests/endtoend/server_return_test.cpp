@@ -10,8 +10,8 @@
 #include "endtoend/controller_session.h"
 #include "endtoend/event_loop_watch.h"
 #include "endtoend/noisy_desktop.h"
-#include "support/process_size.h"
 #include "endtoend/routing_session.h"
+#include "support/process_size.h"
 #include "support/repetitions.h"
 #include "support/wait_until.h"
 

@@ -24,8 +24,8 @@
 
 namespace {
 
-/// Lets the program have as many files open as the system allows it. Each of its nodes on the audio server has about six
-/// descriptors: at the usual limit of 1024 all nodes beyond some 160 would stay silent.
+/// Lets the program have as many files open as the system allows it. Each of its nodes on the audio server has about
+/// six descriptors: at the usual limit of 1024 all nodes beyond some 160 would stay silent.
 void allowManyFiles() {
   rlimit limit{};
   if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
