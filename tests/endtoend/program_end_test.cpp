@@ -31,6 +31,16 @@ INSTANTIATE_TEST_SUITE_P(Signals, ProgramEnd, testing::Values(SIGTERM, SIGINT, S
   return test.param == SIGTERM ? "terminate" : test.param == SIGINT ? "interrupt" : "hangUp";
 });
 
+TEST(SessionEnd, aHangUpRightBehindTheSignalCutsNothingShort) {
+  RoutingSession session(2, monitoredGraph());
+  ASSERT_TRUE(waitUntil([&] { return session.programNodes().size() == 2; })) << session.report();
+  session.program().signal(SIGTERM);
+  session.program().signal(SIGHUP);
+  EXPECT_EQ(session.program().wait(std::chrono::seconds(5)), 0) << session.report();
+  EXPECT_EQ(session.program().error(), "");
+  EXPECT_TRUE(session.programNodes().empty());
+}
+
 TEST(KilledProgram, leavesNothingBehind) {
   RoutingSession session(2, monitoredGraph());
   ASSERT_TRUE(waitUntil([&] { return session.programNodes().size() == 2; })) << session.report();
