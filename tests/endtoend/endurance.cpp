@@ -30,6 +30,7 @@
 
 #include "app/controller/app_state.h"
 #include "app/event_loop.h"
+#include "app/shell/process_setup.h"
 #include "endtoend/controller_session.h"
 #include "endtoend/levels.h"
 #include "endtoend/routing_session.h"
@@ -338,6 +339,8 @@ class Endurance {
 int main(int argc, char** argv) {
   const double minutes = argc > 1 ? std::atof(argv[1]) : 30;
   if (!(minutes > 0)) return std::fprintf(stderr, "usage: endurance MINUTES [SEED]\n"), 2;
+  brindlemux::allowManyFiles();
+  brindlemux::returnLargeBlocks();
   qputenv("QT_QPA_PLATFORM", "offscreen");
   QGuiApplication application(argc, argv);
   const std::uint64_t seed = argc > 2 ? std::strtoull(argv[2], nullptr, 10) : std::random_device()();

@@ -3,13 +3,13 @@
 #include <QIcon>
 #include <cstdlib>
 #include <string>
-#include <sys/resource.h>
 #include <sysexits.h>
 
 #include "app/controller/app_state.h"
 #include "app/controller/qt_scheduler.h"
 #include "app/shell/brindlemux_app.h"
 #include "app/shell/main_window.h"
+#include "app/shell/process_setup.h"
 #include "app/shell/process_signals.h"
 #include "app/shell/route_report.h"
 #include "app/shell/single_instance.h"
@@ -22,19 +22,6 @@
 #include "platform/discovery.h"
 #include "platform/pipewire/pipewire_audio_hardware.h"
 
-namespace {
-
-/// Lets the program have as many files open as the system allows it. Each of its nodes on the audio server has about
-/// six descriptors: at the usual limit of 1024 all nodes beyond some 160 would stay silent.
-void allowManyFiles() {
-  rlimit limit{};
-  if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
-  limit.rlim_cur = limit.rlim_max;
-  setrlimit(RLIMIT_NOFILE, &limit);
-}
-
-}  // namespace
-
 int main(int argc, char* argv[]) {
   using namespace brindlemux;
 
@@ -43,6 +30,7 @@ int main(int argc, char* argv[]) {
   ProcessSignals terminations({SIGTERM, SIGINT, SIGHUP});
   ProcessSignals reports({SIGUSR1});
   allowManyFiles();
+  returnLargeBlocks();
 
   QCoreApplication::setOrganizationName(QStringLiteral("Brindlemux"));
   QCoreApplication::setApplicationName(QStringLiteral("Brindlemux"));
