@@ -11,7 +11,9 @@ bool RouteTable::start(std::uint64_t key, RouteLife life, FilterShape shape, std
               .process = std::move(process),
               .wiring = std::move(wiring),
               .node = nullptr};
-  if (core_ == nullptr || !realise(route)) return false;
+  const bool isMade = core_ != nullptr && realise(route);
+  // A server that has just gone may not have been missed yet: what returns is made with the next one.
+  if (!isMade && life != RouteLife::returns) return false;
   routes_.insert_or_assign(key, std::move(route));
   changed_();
   return true;

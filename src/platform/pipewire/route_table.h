@@ -43,7 +43,8 @@ class RouteTable {
   RouteTable(const RouteTable&) = delete;
   RouteTable& operator=(const RouteTable&) = delete;
 
-  /// Starts a route under a key of the caller's. Returns whether its node could be made.
+  /// Starts a route under a key of the caller's. Returns whether its node could be made, or will be with the next
+  /// server.
   bool start(std::uint64_t key, RouteLife life, FilterShape shape, std::unique_ptr<FilterProcess> process,
              Wiring wiring);
   /// Ends a route; no callback of it runs once this returns.

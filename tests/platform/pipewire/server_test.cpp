@@ -279,5 +279,17 @@ TEST_F(PipeWireServer, aTapComesBackWithTheServer) {
   EXPECT_TRUE(waitUntil([&] { return *tap.sounding > sounding; })) << server_.logs();
 }
 
+TEST_F(PipeWireServer, aTapThatIsStartedWithoutAServerRunsWithTheNext) {
+  const RunningTap tap = startTap(*hardware_);
+  EXPECT_EQ(hardware_->stopDevice(tap.aggregate, tap.procedure), noErr);
+  EXPECT_TRUE(server_.stop());
+  ASSERT_TRUE(waitUntil([&] { return device("speakers") == kAudioObjectUnknown; }));
+  EXPECT_EQ(hardware_->startDevice(tap.aggregate, tap.procedure), noErr);
+  server_.start();
+  const auto player = server_.launch({"paplay", writeTone().string()});
+  EXPECT_TRUE(waitUntil([&] { return *tap.sounding > 0; })) << server_.logs();
+  EXPECT_EQ(hardware_->stopDevice(tap.aggregate, tap.procedure), noErr);
+}
+
 }  // namespace
 }  // namespace brindlemux::test
