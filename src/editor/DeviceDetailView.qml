@@ -39,16 +39,7 @@ Item {
         deviceUID: root.deviceUID
     }
 
-    GraphCanvasView {
-        id: canvas
-
-        anchors.left: parent.left
-        anchors.right: parent.right
-        anchors.top: header.bottom
-        anchors.bottom: parent.bottom
-        editor: graphEditor
-    }
-
+    // Before the canvas, as it stands above it: the focus goes this way.
     DeviceHeader {
         id: header
 
@@ -60,5 +51,15 @@ Item {
         onRenamed: name => root.appState.renameVirtualDevice(root.deviceUID, name)
         onSettingsAsked: root.appState.settingsSheetUID = root.deviceUID
         onWireDeleted: root.deleteSelectedWire()
+    }
+
+    GraphCanvasView {
+        id: canvas
+
+        anchors.left: parent.left
+        anchors.right: parent.right
+        anchors.top: header.bottom
+        anchors.bottom: parent.bottom
+        editor: graphEditor
     }
 }

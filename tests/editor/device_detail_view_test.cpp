@@ -139,6 +139,28 @@ TEST(DeviceDetailView, disconnectsTheSelectedWire) {
   EXPECT_FALSE(open.property("detail.disconnect", "enabled").toBool());
 }
 
+TEST(DeviceDetailView, focusGoesFromTheSidebarThroughTheHeaderToTheCanvas) {
+  const EditorWindow open;
+  open.focus("sidebar.delete");
+  for (const char* next : {"detail.rename", "detail.settings", "detail.enabled", "addSource"}) {
+    open.key(Qt::Key_Tab);
+    EXPECT_TRUE(open.hasFocus(next)) << next << ", but "
+                                     << open.window()->activeFocusItem()->objectName().toStdString();
+  }
+  open.key(Qt::Key_Tab, Qt::ShiftModifier);
+  EXPECT_TRUE(open.hasFocus("detail.enabled"));
+}
+
+TEST(DeviceDetailView, disabledButtonSaysWhatItIsForToo) {
+  const EditorWindow open;
+  ASSERT_FALSE(open.property("detail.disconnect", "enabled").toBool());
+  open.hover("detail.disconnect");
+  EXPECT_TRUE(eventually([&] {
+    const QObject* tip = open.item("detail.disconnect")->findChild<QObject*>("helpTip");
+    return tip != nullptr && tip->property("opened").toBool();
+  }));
+}
+
 TEST(DeviceDetailView, switchTurnsTheDeviceOffAndOn) {
   EditorWindow open;
   open.click("detail.enabled");
