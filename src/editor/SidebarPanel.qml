@@ -18,6 +18,11 @@ Rectangle {
             confirmation.open();
     }
 
+    /// A name that is read from right to left turns itself round, and not the sentence that begins with it.
+    function isolated(name: string): string {
+        return /[\u0590-\u08ff\ufb1d-\ufdff\ufe70-\ufefc]/.test(name) ? "\u2068" + name + "\u2069" : name;
+    }
+
     color: Theme.panel
 
     Text {
@@ -160,7 +165,7 @@ Rectangle {
 
         objectName: "confirmDelete"
         title: "Delete device?"
-        message: "“" + doomed.name + "” will disappear from the system. Its routing graph will be deleted."
+        message: "“" + root.isolated(doomed.name) + "” will disappear from the system. Its routing graph will be deleted."
         destructiveText: "Delete"
         onConfirmed: root.appState.deleteVirtualDevice(doomed.uid)
         onClosed: root.deviceToDelete = ""

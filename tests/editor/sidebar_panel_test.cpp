@@ -80,6 +80,19 @@ TEST(SidebarPanel, asksBeforeItDeletes) {
   EXPECT_TRUE(eventually([&] { return !open.shows("confirmation.confirm"); }));
 }
 
+TEST(SidebarPanel, nameFromRightToLeftDoesNotTurnTheQuestionRound) {
+  VirtualDeviceConfig named = device("A");
+  named.name = "مشغل الصوت";
+  const EditorWindow open({named});
+  open.click("sidebar.delete");
+  ASSERT_TRUE(open.comesToShow("confirmation.message"));
+  EXPECT_EQ(open.property("confirmation.message", "effectiveHorizontalAlignment").toInt(), Qt::AlignLeft);
+  // What keeps the name apart takes no room.
+  QString message = open.property("confirmation.message", "text").toString();
+  EXPECT_EQ(message.remove(QChar(0x2068)).remove(QChar(0x2069)).toStdString(),
+            "“مشغل الصوت” will disappear from the system. Its routing graph will be deleted.");
+}
+
 TEST(SidebarPanel, cancelAndEscapeDeleteNothing) {
   EditorWindow open;
   open.click("sidebar.delete");
