@@ -39,6 +39,12 @@ T.Slider {
     Accessible.onIncreaseAction: edited(Math.min(value + stepSize, to))
     Accessible.onDecreaseAction: edited(Math.max(value - stepSize, from))
 
+    // A key that is let go elsewhere would hold the slider for good.
+    onActiveFocusChanged: {
+        if (!activeFocus)
+            pressed = false;
+    }
+
     Keys.onPressed: event => {
         const steps = {
             [Qt.Key_PageUp]: 0.1,

@@ -9,6 +9,7 @@ namespace brindlemux {
 namespace {
 
 using test::Cards;
+using test::device;
 using test::eventually;
 using test::player;
 using test::sourceA;
@@ -109,6 +110,46 @@ TEST(NodeCards, sourceRemovedWhileItsSliderIsHeldChangesNoOther) {
   open.release(high);
   ASSERT_THAT(open.graph().sources, SizeIs(1));
   EXPECT_EQ(open.gain(0), 1.0F);
+}
+
+TEST(NodeCards, deviceThatVanishesWhileASliderIsHeldChangesNoOther) {
+  Cards open;
+  open.state->updateGraph(device("B").uid, AppState::Persist::yes, [](DeviceGraph& graph) {
+    graph.sources = {player(1)};  // by the same identifier
+    graph.masterGain = 0.5F;
+  });
+  for (const std::string& card : {sourceA, std::string("output")}) {
+    open.openGain(card);
+    const std::string slider = card + ".gain.slider";
+    const QPoint low = open.handle(slider, 1);
+    const QPoint high = open.handle(slider, 3.5);
+    open.press(low);
+    open.move(open.handle(slider, 1.5));
+    open.publish({device("B", 4)});
+    open.state->reload();
+    open.move(high);
+    EXPECT_TRUE(eventually([&] { return open.shows("detail." + device("B").uid); }));
+    open.move(low);
+    open.release(high);
+    EXPECT_EQ(open.state->graph(device("B").uid).sources.at(0).gain, 1.0F);
+    EXPECT_EQ(open.state->graph(device("B").uid).masterGain, 0.5F);
+    open.publish({device("A"), device("B", 4)});
+    open.state->reload();
+    open.state->setSelectedDeviceUID(device("A").uid);
+    ASSERT_TRUE(open.comesToShow(sourceB));
+  }
+}
+
+TEST(NodeCards, keyThatIsHeldAsTheFocusGoesLeavesTheSliderToTheGain) {
+  Cards open;
+  open.openGain(sourceA);
+  const std::string slider = sourceA + ".gain.slider";
+  open.focus(slider);
+  QTest::keyPress(open.window(), Qt::Key_Right);
+  open.focus("sidebar.devices");
+  QTest::keyRelease(open.window(), Qt::Key_Right);
+  open.edit([](DeviceGraph& graph) { graph.sources[0].gain = 2.5F; });
+  EXPECT_TRUE(eventually([&] { return open.sliderValue(slider) == 2.5; }, std::chrono::seconds(5)));
 }
 
 TEST(NodeCards, keysMoveASlider) {
