@@ -80,7 +80,7 @@ Item {
         enabled: root.interactive
         hoverEnabled: true
         preventStealing: true
-        cursorShape: Qt.CrossCursor
+        cursorShape: root.interactive ? Qt.CrossCursor : Qt.ArrowCursor
 
         onPressed: mouse => start = place(mouse)
         onPositionChanged: mouse => {

@@ -1,3 +1,5 @@
+#include <QEasingCurve>
+#include <algorithm>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <string>
@@ -189,6 +191,73 @@ TEST(NodeCards, everyControlSaysWhatItIs) {
   EXPECT_EQ(slider->maximumValue().toDouble(), 4.0);
   EXPECT_EQ(open.accessible(sourceA + ".gain.slider")->text(QAccessible::Name), "Volume of Player");
   EXPECT_TRUE(open.accessible(sourceA + ".enabled")->state().checked);
+}
+
+TEST(NodeCards, controlsSayTheirRoleAndState) {
+  Cards open;
+  const auto role = [&](const std::string& name) { return open.accessible(name)->role(); };
+  const auto description = [&](const std::string& name) {
+    return open.accessible(name)->text(QAccessible::Description);
+  };
+  const std::string port = sourceA + ".channel.0.port";
+  EXPECT_EQ(role(port), QAccessible::Button);
+  EXPECT_EQ(open.accessible(port)->text(QAccessible::Name), "Player channel 1 (L)");
+  EXPECT_EQ(description(port), "Connected");
+  EXPECT_EQ(description(sourceB + ".channel.0.port"), "Not connected");
+  EXPECT_TRUE(open.accessible(port)->state().focusable);
+  EXPECT_FALSE(open.accessible("passThru.channel.0.port")->state().focusable);
+  EXPECT_EQ(open.accessible("output.channel.1.in")->text(QAccessible::Name), "Output channel 2 (R) input");
+  EXPECT_EQ(open.accessible("output.channel.1.out")->text(QAccessible::Name), "Output channel 2 (R) output");
+
+  EXPECT_EQ(role(sourceA + ".gainToggle"), QAccessible::Button);
+  EXPECT_EQ(open.accessible(sourceA + ".gainToggle")->text(QAccessible::Name), "Volume");
+  EXPECT_FALSE(open.accessible(sourceA + ".gainToggle")->state().checked);
+  open.openGain(sourceA);
+  EXPECT_TRUE(open.accessible(sourceA + ".gainToggle")->state().checked);
+  EXPECT_EQ(role(sourceA + ".gain.slider"), QAccessible::Slider);
+  EXPECT_EQ(description(sourceA + ".gain.slider"), "100%");
+  EXPECT_EQ(role(sourceA + ".enabled"), QAccessible::CheckBox);
+  EXPECT_EQ(open.accessible(sourceA + ".enabled")->text(QAccessible::Name), "Disable source");
+  EXPECT_EQ(open.accessible(monitorA + ".remove")->text(QAccessible::Name), "Remove monitor");
+  EXPECT_EQ(open.accessible(sourceA)->text(QAccessible::Name), "Player");
+  EXPECT_EQ(description(sourceA), "Capturing audio");
+  EXPECT_EQ(role(sourceA + ".channel.0.meter"), QAccessible::ProgressBar);
+  EXPECT_EQ(open.accessible(sourceA + ".channel.0.meter")->text(QAccessible::Name), "Level of channel 1 (L)");
+
+  const std::string row = "device." + device("A").uid;
+  EXPECT_EQ(role("sidebar.devices"), QAccessible::List);
+  EXPECT_EQ(role(row), QAccessible::ListItem);
+  EXPECT_TRUE(open.accessible(row)->state().selected);
+  EXPECT_EQ(description(row), "2 ch · 2 sources");
+}
+
+TEST(NodeCards, meterMovesEvenlyForATenthOfASecond) {
+  const Cards open;
+  const auto animations = open.item(sourceA + ".channel.0.meter")->findChildren<QObject*>();
+  const auto found =
+      std::ranges::find_if(animations, [](const QObject* object) { return object->inherits("QQuickNumberAnimation"); });
+  ASSERT_NE(found, animations.end());
+  EXPECT_EQ((*found)->property("duration"), 100);
+  EXPECT_EQ((*found)->property("easing").value<QEasingCurve>(), QEasingCurve(QEasingCurve::Linear));
+}
+
+TEST(NodeCards, pointerSaysWhatCanBeDone) {
+  Cards open;
+  open.openGain(sourceA);
+  const auto shapeOver = [&](const std::string& name, Qt::CursorShape shape) {
+    open.hover(name);
+    return eventually([&] { return open.window()->cursor().shape() == shape; }, std::chrono::seconds(5));
+  };
+  EXPECT_TRUE(shapeOver(sourceA + ".channel.0.port", Qt::CrossCursor));
+  EXPECT_TRUE(shapeOver(sourceA + ".name", Qt::ArrowCursor));
+  EXPECT_TRUE(shapeOver(sourceA + ".gain.slider", Qt::PointingHandCursor));
+  EXPECT_TRUE(shapeOver("passThru.channel.0.port", Qt::ArrowCursor));
+  EXPECT_TRUE(shapeOver(sourceA + ".enabled", Qt::PointingHandCursor));
+  EXPECT_TRUE(shapeOver("detail.disconnect", Qt::ArrowCursor));
+  EXPECT_TRUE(shapeOver("detail.settings", Qt::PointingHandCursor));
+  EXPECT_TRUE(shapeOver("device." + device("B").uid, Qt::PointingHandCursor));
+  open.click("detail.rename");
+  EXPECT_TRUE(shapeOver("detail.nameField", Qt::IBeamCursor));
 }
 
 TEST(NodeCards, assistiveTechnologySwitchesAndTurnsToo) {
