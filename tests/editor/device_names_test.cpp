@@ -28,6 +28,12 @@ void expectInTheWindow(const EditorWindow& open, const std::string& name) {
   EXPECT_TRUE(QRectF({0, 0}, open.window()->size()).contains(place)) << name;
 }
 
+/// The help text that is shown at an item.
+QString helpOf(const EditorWindow& open, const std::string& name) {
+  const QObject* tip = open.item(name)->findChild<QObject*>("helpTip");
+  return tip != nullptr && tip->property("visible").toBool() ? tip->property("text").toString() : QString();
+}
+
 class DeviceNames : public testing::TestWithParam<const char*> {};
 
 TEST_P(DeviceNames, stayInTheirPlace) {
@@ -39,6 +45,12 @@ TEST_P(DeviceNames, stayInTheirPlace) {
   open.state->reload();
   EXPECT_EQ(open.text("detail.name"), named.name);
   expectInPlace(open, rowA + ".name", rowA + ".enabled");
+  // What can be done with a name is said of one that is cut, too.
+  open.hover("detail.name");
+  EXPECT_TRUE(eventually([&] { return helpOf(open, "detail.name").endsWith("Double-click to rename"); }))
+      << helpOf(open, "detail.name").toStdString();
+  EXPECT_EQ(helpOf(open, "detail.name").startsWith(QString::fromUtf8(GetParam()) + u'\n'),
+            open.property("detail.name", "truncated").toBool());
   expectInPlace(open, "detail.name", "detail.rename");
   EXPECT_LT(open.item("detail.rename")->mapToScene({26, 0}).x(),
             open.item("detail.disconnect")->mapToScene({0, 0}).x());

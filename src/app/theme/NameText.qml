@@ -6,7 +6,7 @@ import QtQuick
 Text {
     id: root
 
-    /// Shown as the help text while the name is not cut.
+    /// What else the help text says.
     property string help: ""
 
     textFormat: Text.PlainText
@@ -25,7 +25,7 @@ Text {
     }
 
     HelpTip {
-        text: root.truncated ? root.text : root.help
+        text: !root.truncated ? root.help : root.help === "" ? root.text : root.text + "\n" + root.help
         hovered: hover.hovered
     }
 }
