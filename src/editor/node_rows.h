@@ -1,6 +1,7 @@
 #pragma once
 
 #include <span>
+#include <utility>
 #include <vector>
 
 #include "app/controller/keyed_list_model.h"
@@ -37,11 +38,13 @@ KeyedListModel::Row sourceRow(const DeviceGraph& graph, const SourceNodeConfig& 
 KeyedListModel::Row monitorRow(const DeviceGraph& graph, const MonitorNodeConfig& monitor, bool isActive,
                                std::span<const AudioDeviceInfo> devices);
 
-/// Channel numbers as QML takes them.
+/// Channel numbers as QML takes them, without those that are too large for it, which no card has.
 template <typename Channels>
 QList<int> channelNumbers(const Channels& channels) {
   QList<int> numbers;
-  for (const auto channel : channels) numbers.append(static_cast<int>(channel));
+  for (const auto channel : channels) {
+    if (std::in_range<int>(channel)) numbers.append(static_cast<int>(channel));
+  }
   return numbers;
 }
 

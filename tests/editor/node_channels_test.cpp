@@ -2,6 +2,9 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <set>
+
+#include "editor/node_rows.h"
 
 namespace brindlemux {
 namespace {
@@ -72,6 +75,11 @@ TEST(NodeChannels, connectedChannelsAreThoseWithAWire) {
   EXPECT_THAT(connectedMonitorChannels(graph, nodeB), ElementsAre(7));
   EXPECT_THAT(connectedInputs(graph), ElementsAre(0, 5));
   EXPECT_THAT(connectedOutputs(graph), ElementsAre(2, 3));
+}
+
+TEST(NodeChannels, numberThatNoCardHasIsNotTakenForAnother) {
+  // The lower 32 bits are those of channel 0.
+  EXPECT_THAT(channelNumbers(std::set<std::int64_t>{1, 0x100000000}), ElementsAre(1));
 }
 
 }  // namespace
