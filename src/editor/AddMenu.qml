@@ -31,7 +31,8 @@ IconButton {
         objectName: root.objectName + ".menu"
         x: root.width - width
         y: root.height + 5
-        width: 264
+        // As wide as the side columns that it opens over.
+        width: 256
         height: Math.min(implicitContentHeight + topPadding + bottomPadding, 440)
         margins: 10
         padding: 6

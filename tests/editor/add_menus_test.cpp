@@ -1,3 +1,4 @@
+#include <QCoreApplication>
 #include <cstdint>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -110,6 +111,20 @@ TEST(AddMenus, openMenuTakesInWhatComesAndGoes) {
   open.state->refreshEnvironment();
   EXPECT_TRUE(open.comesToShow("entry.app com.example.Browser"));
   EXPECT_TRUE(open.shows("addSource.list"));
+}
+
+TEST(AddMenus, deviceThatVanishesTakesItsOpenMenuAlong) {
+  EditorWindow open;
+  open.click("addSource");
+  ASSERT_TRUE(open.comesToShow("entry.app com.example.Player"));
+  open.publish({test::device("B", 4)});
+  open.state->reload();
+  // As the program's own event loop does with what was to be deleted later.
+  QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+  EXPECT_TRUE(
+      eventually([&] { return open.shows("detail." + test::device("B").uid) && !open.shows("addSource.list"); }));
+  open.key(Qt::Key_Return);
+  EXPECT_THAT(open.state->graph(test::device("B").uid).sources, IsEmpty());
 }
 
 TEST(AddMenus, clickAddsAMonitorWithItsWires) {
