@@ -223,6 +223,13 @@ TEST(NodeCards, controlsSayTheirRoleAndState) {
   EXPECT_EQ(description(sourceA), "Capturing audio");
   EXPECT_EQ(role(sourceA + ".channel.0.meter"), QAccessible::ProgressBar);
   EXPECT_EQ(open.accessible(sourceA + ".channel.0.meter")->text(QAccessible::Name), "Level of channel 1 (L)");
+  EXPECT_EQ(description(sourceA + ".channel.0.meter"), "0%");
+  MeterSnapshot meters;
+  meters.sourcePeaks[player(1).id] = {0.25F, 1.5F};
+  AppStateProbe::setMeters(*open.state, device("A").uid, meters);
+  EXPECT_TRUE(eventually([&] {
+    return description(sourceA + ".channel.0.meter") == "25%" && description(sourceA + ".channel.1.meter") == "100%";
+  }));
 
   const std::string row = "device." + device("A").uid;
   EXPECT_EQ(role("sidebar.devices"), QAccessible::List);
