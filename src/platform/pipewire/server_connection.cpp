@@ -7,6 +7,7 @@
 #include <ctime>
 #include <pipewire/mem.h>
 #include <pthread.h>
+#include <spa/utils/result.h>
 #include <string_view>
 
 #include "model/fatal_error.h"
@@ -34,6 +35,14 @@ int nameDataThread(spa_loop* /*loop*/, bool /*async*/, std::uint32_t /*sequence*
 /// connection, not a broken pipe. All other errors answer a request.
 bool isEndOfConnection(int result, const char* message) {
   return result == -EPIPE || (message != nullptr && std::string_view(message) == "connection error");
+}
+
+/// Whether `done`, the last answer, is that to `sequence` or to a later question: the server answers in their order.
+/// 0 is no answer yet; the numbers start over at 2^30.
+bool isAnswered(int sequence, int done) {
+  constexpr unsigned mask = SPA_ASYNC_SEQ_MASK;
+  const unsigned later = (static_cast<unsigned>(done) - static_cast<unsigned>(sequence)) & mask;
+  return done != 0 && later <= mask / 2;
 }
 
 }  // namespace
@@ -93,7 +102,7 @@ bool ServerConnection::roundTrip(std::chrono::milliseconds timeout) {
   const int sequence = pw_core_sync(core_, PW_ID_CORE, 0);
   timespec deadline{};
   pw_thread_loop_get_time(loop_, &deadline, std::chrono::nanoseconds(timeout).count());
-  while (core_ != nullptr && !lost_ && doneSequence_ != sequence) {
+  while (core_ != nullptr && !lost_ && !isAnswered(sequence, doneSequence_)) {
     if (pw_thread_loop_timed_wait_full(loop_, &deadline) != 0) return false;
   }
   return core_ != nullptr && !lost_;

@@ -7,6 +7,7 @@
 #include <memory>
 #include <pipewire/mem.h>
 #include <span>
+#include <thread>
 #include <vector>
 
 #include "platform/pipewire/cycle_counter.h"
@@ -64,6 +65,24 @@ TEST_F(PipeWireServer, aConnectionThatHasLostCountOfItsMemoryIsMadeAnew) {
   // The new one counts right: it stays.
   ASSERT_TRUE(connection.roundTrip(std::chrono::seconds(10)));
   EXPECT_EQ(delegate.connections(), 2);
+  connection.stop();
+}
+
+TEST_F(PipeWireServer, roundTripsThatMeetAllEnd) {
+  Nodes delegate;
+  ServerConnection connection(delegate);
+  connection.start();
+  std::atomic<int> ended = 0;
+  std::vector<std::thread> threads;
+  constexpr int threadCount = 4;
+  constexpr int roundTrips = 200;
+  for (int i = 0; i < threadCount; ++i) {
+    threads.emplace_back([&] {
+      for (int j = 0; j < roundTrips; ++j) ended += connection.roundTrip(std::chrono::seconds(10)) ? 1 : 0;
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(ended, threadCount * roundTrips);
   connection.stop();
 }
 
