@@ -41,7 +41,8 @@ class WiresLayer : public QQuickItem {
   Q_PROPERTY(bool hasActivity READ hasActivity NOTIFY hasActivityChanged FINAL)
 
  public:
-  static constexpr std::chrono::milliseconds frameInterval{33};
+  /// A thirtieth of a second at the least, in whole milliseconds.
+  static constexpr std::chrono::milliseconds frameInterval{34};
 
   explicit WiresLayer(QQuickItem* parent = nullptr);
 
