@@ -56,4 +56,23 @@ Comparison compare(const std::vector<float>& played, const std::vector<float>& r
   return result;
 }
 
+Course followToTheEnd(const std::vector<float>& played, const std::vector<float>& recorded, std::size_t start) {
+  Course course;
+  std::size_t at = start;
+  while (at < recorded.size()) {
+    const Comparison part = compare(played, recorded, at);
+    if (at == start) course.offset = part.offset;
+    if (!part.offset) {
+      course.departures.push_back({.at = at, .text = "something that was never played"});
+      break;
+    }
+    course.longestExact = std::max(course.longestExact, part.exactFrames);
+    at += part.exactFrames;
+    if (at == recorded.size()) break;
+    course.departures.push_back({.at = at, .text = part.departure});
+    while (at < recorded.size() && recorded[at] == 0.0F) ++at;
+  }
+  return course;
+}
+
 }  // namespace brindlemux::test

@@ -27,4 +27,20 @@ struct Comparison {
 /// Follows the recording from frame `start` on through what was played.
 Comparison compare(const std::vector<float>& played, const std::vector<float>& recorded, std::size_t start);
 
+/// Where a recording goes on with something else than the next frame that was played.
+struct Departure {
+  std::size_t at = 0;  ///< in frames of the recording
+  std::string text;    ///< for a failure's message
+};
+
+/// The whole way of a recording through what was played, past its departures.
+struct Course {
+  std::optional<std::size_t> offset;  ///< as in Comparison
+  std::size_t longestExact = 0;       ///< frames between two departures at most
+  std::vector<Departure> departures;  ///< in their order; the last one is where what follows was never played
+};
+
+/// Follows the recording from frame `start` to its end.
+Course followToTheEnd(const std::vector<float>& played, const std::vector<float>& recorded, std::size_t start);
+
 }  // namespace brindlemux::test
