@@ -11,6 +11,8 @@ Item {
 
     required property AppState appState
     required property string deviceUID
+    /// How much of the header's right end belongs to the window's own controls.
+    property real controlsWidth: 0
 
     property alias selectedWire: canvas.selectedWire
     readonly property alias isEditingName: header.isEditingName
@@ -47,6 +49,7 @@ Item {
         anchors.right: parent.right
         anchors.top: parent.top
         device: record
+        controlsWidth: root.controlsWidth
         hasSelectedWire: root.selectedWire.exists
         onRenamed: name => root.appState.renameVirtualDevice(root.deviceUID, name)
         onSettingsAsked: root.appState.settingsSheetUID = root.deviceUID

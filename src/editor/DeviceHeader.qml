@@ -10,6 +10,8 @@ Rectangle {
 
     required property VirtualDeviceRecord device
     required property bool hasSelectedWire
+    /// What of the right end is not the header's own.
+    property real controlsWidth: 0
     readonly property alias isEditingName: deviceName.isEditingName
 
     signal renamed(name: string)
@@ -47,7 +49,7 @@ Rectangle {
         id: controls
 
         anchors.right: parent.right
-        anchors.rightMargin: 22
+        anchors.rightMargin: root.controlsWidth > 0 ? root.controlsWidth + 14 : 22
         anchors.verticalCenter: parent.verticalCenter
         spacing: 12
 
@@ -81,6 +83,16 @@ Rectangle {
             help: root.device.enabled ? "Disable device" : "Enable device"
             onSwitched: on => root.device.setEnabled(on)
         }
+    }
+
+    Rectangle {
+        visible: root.controlsWidth > 0
+        anchors.right: parent.right
+        anchors.rightMargin: root.controlsWidth
+        anchors.verticalCenter: parent.verticalCenter
+        width: 1
+        height: 24
+        color: Theme.border
     }
 
     Rectangle {

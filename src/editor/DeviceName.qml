@@ -55,6 +55,8 @@ Item {
         Accessible.role: Accessible.Heading
 
         TapHandler {
+            // What lies beneath, and might understand a double click too, does not get it.
+            gesturePolicy: TapHandler.ReleaseWithinBounds
             onDoubleTapped: root.startEditing()
         }
     }

@@ -10,6 +10,7 @@ Item {
     id: root
 
     required property AppState appState
+    property real controlsWidth: 0
     readonly property bool hasDevice: selected.exists
     readonly property string shownUID: selected.exists ? selected.uid : ""
 
@@ -30,6 +31,7 @@ Item {
             width: root.width
             height: root.height
             appState: root.appState
+            controlsWidth: root.controlsWidth
             deviceUID: modelData
         }
     }

@@ -11,6 +11,8 @@ Rectangle {
     required property AppState appState
     /// The device that awaits confirmation.
     property string deviceToDelete: ""
+    /// What is above the list, where nothing is to be pressed.
+    readonly property real headerHeight: list.y
 
     function askToDelete() {
         deviceToDelete = appState.selectedDeviceUID;

@@ -23,6 +23,61 @@ TEST(MainWindow, hasItsSizeAndTitle) {
   EXPECT_EQ(window.title(), "Brindlemux");
 }
 
+TEST(MainWindow, hasNoTitleBarButItsButtons) {
+  const OpenWindow open({device("A")});
+  QQuickWindow& window = *open.window();
+  EXPECT_TRUE(window.flags().testFlag(Qt::FramelessWindowHint));
+  EXPECT_EQ(open.item("window.maximize")->property("help").toString(), "Maximize");
+  open.click("window.maximize");
+  ASSERT_TRUE(eventually([&] { return window.visibility() == QWindow::Maximized; }));
+  EXPECT_EQ(open.item("window.maximize")->property("help").toString(), "Restore");
+  open.click("window.maximize");
+  ASSERT_TRUE(eventually([&] { return window.visibility() == QWindow::Windowed; }));
+  open.click("window.minimize");
+  EXPECT_TRUE(eventually([&] { return window.visibility() == QWindow::Minimized; }));
+}
+
+TEST(MainWindow, closesByItsButtonAboveASheetToo) {
+  const OpenWindow open({device("A")});
+  open.state->setSettingsSheetUID(device("A").uid);
+  ASSERT_TRUE(eventually([&] { return open.hasFocus("settings.mode.2"); }));
+  open.click("window.close");
+  EXPECT_TRUE(eventually([&] { return open.window() == nullptr || !open.window()->isVisible(); }));
+}
+
+TEST(MainWindow, doubleClickOnItsTopMaximisesItAndOneOnTheNameRenames) {
+  const OpenWindow open({device("A")});
+  ASSERT_TRUE(eventually([&] { return open.shows("detail.name"); }));
+  QQuickWindow& window = *open.window();
+  const QQuickItem* name = open.item("detail.name");
+  const QPoint onName = name->mapToScene({name->width() / 2, name->height() / 2}).toPoint();
+  QTest::mouseDClick(&window, Qt::LeftButton, Qt::NoModifier, onName);
+  ASSERT_TRUE(eventually([&] { return open.shows("detail.nameField"); }));
+  EXPECT_EQ(window.visibility(), QWindow::Windowed);
+  // Between the name and the header's buttons, and above the list of devices.
+  QWindow::Visibility wanted = QWindow::Maximized;
+  for (const QPoint top : {QPoint(800, 36), QPoint(200, 20)}) {
+    QTest::mouseDClick(&window, Qt::LeftButton, Qt::NoModifier, top);
+    EXPECT_TRUE(eventually([&] { return window.visibility() == wanted; })) << top.x();
+    wanted = QWindow::Windowed;
+  }
+}
+
+TEST(MainWindow, buttonsOfTheHeaderAndOfTheWindowStandApart) {
+  const OpenWindow open({device("A")});
+  ASSERT_TRUE(eventually([&] { return open.shows("detail.enabled"); }));
+  open.window()->resize(1220, 600);
+  ASSERT_TRUE(eventually([&] { return open.window()->contentItem()->width() == 1220; }));
+  double end = 0;
+  for (const char* button : {"detail.disconnect", "detail.settings", "detail.enabled", "window.minimize",
+                             "window.maximize", "window.close"}) {
+    const QQuickItem* item = open.item(button);
+    EXPECT_GE(item->mapToScene({0, 0}).x(), end) << button;
+    end = item->mapToScene({item->width(), 0}).x();
+  }
+  EXPECT_LE(end, 1220);
+}
+
 TEST(MainWindow, listsEveryDevice) {
   const OpenWindow open({device("A"), device("B", 16)});
   ASSERT_TRUE(eventually([&] { return open.shows(rowA) && open.shows(rowB); }));

@@ -63,12 +63,17 @@ start_server() {
 
 find_window() { window=$(xdotool search --onlyvisible --name '^Brindlemux$' 2>/dev/null | head -n 1) && [ -n "$window" ]; }
 
-# Leaves the process in $program and its window, which fills the display and has the keyboard, in $window.
-start_program() {
+# Leaves the process in $program and its window in $window.
+launch_program() {
   QT_QUICK_BACKEND=software QT_QPA_PLATFORM=xcb "$build/bin/brindlemux" </dev/null >/dev/null 2>"$work/program.err" &
   program=$!
   started+=("$program")
   until_true "no window" find_window
+}
+
+# The same, with a window that fills the display and has the keyboard.
+start_program() {
+  launch_program
   xdotool windowmove "$window" 0 0 windowsize "$window" "$width" "$height" windowfocus "$window"
 }
 

@@ -14,6 +14,12 @@ Item {
     required property UserDefaults defaults
     property bool showOnboarding: false
     property bool isComplete: false
+    /// How much of the top's right end belongs to the window's own controls.
+    property real controlsWidth: 0
+    /// How far the top reaches down, by which the window is moved.
+    readonly property real topHeight: 72
+
+    signal topDoubleClicked
 
     Component.onCompleted: {
         showOnboarding = !defaults.onboardingSeen;
@@ -33,6 +39,14 @@ Item {
         anchors.top: parent.top
         anchors.bottom: parent.bottom
         width: 248
+
+        WindowDragArea {
+            anchors.left: parent.left
+            anchors.right: parent.right
+            anchors.top: parent.top
+            height: sidebar.headerHeight
+            onDoubleClicked: root.topDoubleClicked()
+        }
     }
 
     Rectangle {
@@ -45,12 +59,21 @@ Item {
         color: Theme.border
     }
 
+    WindowDragArea {
+        anchors.left: divider.right
+        anchors.right: parent.right
+        anchors.top: parent.top
+        height: root.topHeight
+        onDoubleClicked: root.topDoubleClicked()
+    }
+
     DetailArea {
         anchors.left: divider.right
         anchors.right: parent.right
         anchors.top: parent.top
         anchors.bottom: parent.bottom
         appState: root.appState
+        controlsWidth: root.controlsWidth
     }
 
     SettingsView {

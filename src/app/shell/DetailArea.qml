@@ -9,6 +9,7 @@ Item {
     id: root
 
     required property AppState appState
+    property real controlsWidth: 0
 
     objectName: "detailArea"
 
@@ -24,6 +25,7 @@ Item {
         anchors.fill: parent
         visible: root.appState.driverInstalled && hasDevice
         appState: root.appState
+        controlsWidth: root.controlsWidth
     }
 
     EmptyState {

@@ -6,7 +6,7 @@ import Brindlemux.Controller
 import Brindlemux.Shell
 import Brindlemux.Theme
 
-/// The program's window.
+/// The program's window. It has no title bar: what it holds reaches to its top, beside the buttons that a title bar has.
 Window {
     id: root
 
@@ -18,6 +18,7 @@ Window {
     minimumWidth: 1220
     minimumHeight: 600
     visible: true
+    flags: Qt.Window | Qt.FramelessWindowHint
     title: "Brindlemux"
     color: Theme.base
     onClosing: content.showOnboarding = false
@@ -28,5 +29,24 @@ Window {
         anchors.fill: parent
         appState: root.appState
         defaults: root.defaults
+        controlsWidth: controls.width + 2 * controls.anchors.rightMargin
+        onTopDoubleClicked: controls.toggleMaximized()
+    }
+
+    // Above a sheet too, whose overlay is as high as it is to have room beneath.
+    WindowControls {
+        id: controls
+
+        anchors.right: parent.right
+        anchors.rightMargin: 14
+        y: Math.round((content.topHeight - height) / 2)
+        z: 2000000
+        window: root
+    }
+
+    WindowEdges {
+        anchors.fill: parent
+        z: 2000001
+        visible: !controls.isMaximized
     }
 }

@@ -22,9 +22,7 @@ T.Dialog {
     focus: true
     closePolicy: T.Popup.CloseOnEscape
 
-    T.Overlay.modal: Rectangle {
-        color: Theme.sheetVeil
-    }
+    T.Overlay.modal: Veil {}
 
     background: Rectangle {
         radius: 12

@@ -32,9 +32,7 @@ T.Dialog {
         formerFocus = null;
     }
 
-    T.Overlay.modal: Rectangle {
-        color: Theme.sheetVeil
-    }
+    T.Overlay.modal: Veil {}
 
     background: Rectangle {
         radius: 12
