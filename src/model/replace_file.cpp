@@ -134,7 +134,9 @@ void removeLeftovers(const fs::path& file) noexcept {
     const std::string prefix = temporaryPrefix(target);
     const fs::path folder = target.parent_path().empty() ? fs::path(".") : target.parent_path();
     const auto latest = fs::file_time_type::clock::now() - std::chrono::minutes(1);
-    for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
+    std::error_code failure;  // of a folder that is not there yet, for instance
+    for (fs::directory_iterator next(folder, failure), end; !failure && next != end; next.increment(failure)) {
+      const fs::directory_entry& entry = *next;
       const std::optional<pid_t> owner = ownerOf(entry.path().filename().string(), prefix);
       std::error_code error;
       // A process of another machine that shares the folder is not seen here, but it does not save for a minute.
