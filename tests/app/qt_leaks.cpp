@@ -1,6 +1,6 @@
 /// What the leak checker of the sanitizer build shall overlook: Qt Quick keeps the pictures that it has loaded in a
-/// store that it never empties, a few kilobytes a picture however many windows there were; and what assistive technology
-/// asks of an object that is being destroyed makes QML's data about it anew.
+/// store that it never empties, a few kilobytes a picture however many windows there were; and what assistive
+/// technology asks of an object that is being destroyed makes QML's data about it anew.
 // The name is the leak checker's choice.
 // NOLINTBEGIN(bugprone-reserved-identifier)
 extern "C" const char* __lsan_default_suppressions();
