@@ -2,8 +2,9 @@
 # Builds Brindlemux with sanitizers and runs its tests: scripts/sanitize.sh [asan|tsan]... [-- CTEST OPTION...]
 #
 # Both where none is named: first the address and undefined-behaviour sanitizers, then the thread sanitizer. Whatever
-# they report fails the test. Nothing of it is suppressed but what Qt Quick keeps for good (tests/app/qt_leaks.cpp). The
-# lint tests are left out: they read sources and run nothing. What follows `--` goes to ctest, `-R MixBus` for instance.
+# they report fails the test. Nothing of it is suppressed but what Qt Quick keeps for good and what the threads of Qt and
+# of the bus do among themselves (tests/app/sanitizer_defaults.cpp). The lint tests are left out: they read sources and
+# run nothing. What follows `--` goes to ctest, `-R MixBus` for instance.
 # Ends with 0 only when every test has passed; what they said is kept in build/PRESET/sanitize.log.
 set -euo pipefail
 cd "$(dirname "$(realpath "$0")")/.."

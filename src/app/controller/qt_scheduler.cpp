@@ -1,5 +1,7 @@
 #include "app/controller/qt_scheduler.h"
 
+#include <QCoreApplication>
+#include <QEvent>
 #include <QTimerEvent>
 #include <utility>
 
@@ -36,11 +38,37 @@ class TimerWork final : public QObject, public ScheduledWork {
   int timer_ = 0;
 };
 
+/// Brings work to the thread that runs the event loop.
+class WorkEvent final : public QEvent {
+ public:
+  explicit WorkEvent(std::function<void()> work) : QEvent(kind()), work_(std::move(work)) {}
+
+  static Type kind() {
+    static const int number = registerEventType();
+    return static_cast<Type>(number);
+  }
+  void run() const { work_(); }
+
+ private:
+  const std::function<void()> work_;
+};
+
 }  // namespace
 
-void QtScheduler::post(std::function<void()> work) {
-  QMetaObject::invokeMethod(&receiver_, std::move(work), Qt::QueuedConnection);
+void QtScheduler::Receiver::post(std::function<void()> work) {
+  auto* const event = new WorkEvent(std::move(work));  // the event queue's from here on
+  posts_.fetch_add(1, std::memory_order_release);
+  QCoreApplication::postEvent(this, event);
 }
+
+bool QtScheduler::Receiver::event(QEvent* event) {
+  posts_.load(std::memory_order_acquire);
+  if (event->type() != WorkEvent::kind()) return QObject::event(event);
+  static_cast<const WorkEvent*>(event)->run();
+  return true;
+}
+
+void QtScheduler::post(std::function<void()> work) { receiver_.post(std::move(work)); }
 
 std::unique_ptr<ScheduledWork> QtScheduler::after(std::chrono::milliseconds delay, std::function<void()> work) {
   return std::make_unique<TimerWork>(delay, TimerWork::Repeat::once, std::move(work));
