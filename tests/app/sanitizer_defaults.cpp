@@ -14,13 +14,19 @@ extern "C" __attribute__((visibility("default"))) const char* __lsan_default_sup
 }
 
 /// The threads of these libraries wait for each other in ways that the thread sanitizer cannot see, since they are not
-/// built with it: what they allocate, free and lock themselves is not judged. What our code does is, also where it is
-/// called by them.
+/// built with it: what they allocate, free and lock themselves is not judged. Nor is what a thread of theirs reads that
+/// was handed to it through them: the window's parts, which Qt's tools have written down, and a message for the bus.
+/// What our code does is judged, also where it is called by them.
 extern "C" const char* __tsan_default_suppressions();
 extern "C" __attribute__((visibility("default"))) const char* __tsan_default_suppressions() {
   return "called_from_lib:libQt6Core.so\n"
          "called_from_lib:libQt6DBus.so\n"
+         "called_from_lib:libQt6Gui.so\n"
+         "called_from_lib:libQt6Qml.so\n"
+         "called_from_lib:libQt6Quick.so\n"
          "called_from_lib:libdbus-1.so\n"
-         "called_from_lib:libglib-2.0.so\n";
+         "called_from_lib:libglib-2.0.so\n"
+         "race:_qmlcache_loader.cpp\n"
+         "race:QDBusMetaType::marshall\n";
 }
 // NOLINTEND(bugprone-reserved-identifier)
