@@ -25,8 +25,10 @@ extern "C" __attribute__((visibility("default"))) const char* __tsan_default_sup
          "called_from_lib:libQt6Gui.so\n"
          "called_from_lib:libQt6Qml.so\n"
          "called_from_lib:libQt6Quick.so\n"
+         "called_from_lib:libQt6XcbQpa.so\n"
          "called_from_lib:libdbus-1.so\n"
          "called_from_lib:libglib-2.0.so\n"
+         "called_from_lib:libxcb.so\n"
          "race:_qmlcache_loader.cpp\n"
          "race:QDBusMetaType::marshall\n"
          "mutex:brindlemux::Tray::~Tray\n";
