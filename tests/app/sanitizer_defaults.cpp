@@ -15,7 +15,8 @@ extern "C" __attribute__((visibility("default"))) const char* __lsan_default_sup
 
 /// The threads of these libraries wait for each other in ways that the thread sanitizer cannot see, since they are not
 /// built with it: what they allocate, free and lock themselves is not judged. Nor is what a thread of theirs reads that
-/// was handed to it through them: the window's parts, which Qt's tools have written down, and a message for the bus.
+/// was handed to it through them: the window's parts, which Qt's tools have written down, a message for the bus, and the
+/// buffers that the audio server's library maps on one thread for another.
 /// What our code does is judged, also where it is called by them. Qt leaves one of its functions by way of unlocking,
 /// which then looks like the caller's: that of the one place that calls it is left out.
 extern "C" const char* __tsan_default_suppressions();
@@ -31,6 +32,7 @@ extern "C" __attribute__((visibility("default"))) const char* __tsan_default_sup
          "called_from_lib:libxcb.so\n"
          "race:_qmlcache_loader.cpp\n"
          "race:QDBusMetaType::marshall\n"
+         "race:pw_memblock_map\n"
          "mutex:brindlemux::Tray::~Tray\n";
 }
 // NOLINTEND(bugprone-reserved-identifier)
