@@ -15,10 +15,10 @@ extern "C" __attribute__((visibility("default"))) const char* __lsan_default_sup
 
 /// The threads of these libraries wait for each other in ways that the thread sanitizer cannot see, since they are not
 /// built with it: what they allocate, free and lock themselves is not judged. Nor is what a thread of theirs reads that
-/// was handed to it through them: the window's parts, which Qt's tools have written down, a message for the bus, and the
-/// buffers that the audio server's library maps on one thread for another.
-/// What our code does is judged, also where it is called by them. Qt leaves one of its functions by way of unlocking,
-/// which then looks like the caller's: that of the one place that calls it is left out.
+/// was handed to it through them: the window's parts, which Qt's tools have written down, a message for the bus, and
+/// the buffers that the audio server's library maps on one thread for another. What our code does is judged, also where
+/// it is called by them. Qt leaves one of its functions by way of unlocking, which then looks like the caller's: that
+/// of the one place that calls it is left out.
 extern "C" const char* __tsan_default_suppressions();
 extern "C" __attribute__((visibility("default"))) const char* __tsan_default_suppressions() {
   return "called_from_lib:libQt6Core.so\n"
@@ -27,6 +27,7 @@ extern "C" __attribute__((visibility("default"))) const char* __tsan_default_sup
          "called_from_lib:libQt6Qml.so\n"
          "called_from_lib:libQt6Quick.so\n"
          "called_from_lib:libQt6XcbQpa.so\n"
+         "called_from_lib:libX11.so\n"
          "called_from_lib:libdbus-1.so\n"
          "called_from_lib:libglib-2.0.so\n"
          "called_from_lib:libxcb.so\n"
