@@ -27,13 +27,13 @@ extern "C" __attribute__((visibility("default"))) const char* __tsan_default_sup
          "called_from_lib:libQt6Qml.so\n"
          "called_from_lib:libQt6Quick.so\n"
          "called_from_lib:libQt6XcbQpa.so\n"
-         "called_from_lib:libX11.so\n"
          "called_from_lib:libdbus-1.so\n"
          "called_from_lib:libglib-2.0.so\n"
          "called_from_lib:libxcb.so\n"
          "race:_qmlcache_loader.cpp\n"
          "race:QDBusMetaType::marshall\n"
          "race:pw_memblock_map\n"
+         "mutex:libX11.so\n"
          "mutex:brindlemux::Tray::~Tray\n";
 }
 // NOLINTEND(bugprone-reserved-identifier)
