@@ -41,6 +41,8 @@ function(brindlemux_check_headers name folder)
   endforeach()
   add_library(brindlemux_${name}_headers OBJECT EXCLUDE_FROM_ALL ${files})
   set_target_properties(brindlemux_${name}_headers PROPERTIES AUTOMOC OFF)
+  # Nobody runs what comes of it.
+  target_compile_options(brindlemux_${name}_headers PRIVATE -O0 -g0)
   target_link_libraries(brindlemux_${name}_headers PRIVATE brindlemux_flags ${CHECK_LINK})
   add_dependencies(headers brindlemux_${name}_headers)
 endfunction()
