@@ -33,7 +33,7 @@ Window {
         onTopDoubleClicked: controls.toggleMaximized()
     }
 
-    // Above a sheet too, whose overlay is as high as it is to have room beneath.
+    // Above the sheets too: Qt puts their overlay at 1000001.
     WindowControls {
         id: controls
 
