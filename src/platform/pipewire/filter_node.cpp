@@ -29,7 +29,8 @@ FilterNode::FilterNode(pw_core* core, const FilterShape& shape, FilterProcess& p
       inputs_(shape.inputPorts),
       outputs_(shape.outputPorts),
       completed_(shape.inputPorts, std::vector<float>(maximumCycleFrames)),
-      counter_(counter) {
+      counter_(counter),
+      settling_(shape.latencyFrames) {
   static constexpr pw_filter_events events = {
       .version = PW_VERSION_FILTER_EVENTS,
       .destroy = nullptr,
@@ -139,6 +140,12 @@ float* FilterNode::inputSamples(std::size_t port, std::uint32_t frames) noexcept
   return completed.data();
 }
 
+void FilterNode::playSilence(std::uint32_t frames) noexcept {
+  for (float* const output : outputs_) {
+    if (output != nullptr) std::fill_n(output, frames, 0.0F);
+  }
+}
+
 void FilterNode::onProcess(void* data, spa_io_position* position) {
   auto* const self = static_cast<FilterNode*>(data);
   if (position == nullptr) return;
@@ -152,14 +159,11 @@ void FilterNode::onProcess(void* data, spa_io_position* position) {
     self->outputs_[i] = static_cast<float*>(pw_filter_get_dsp_buffer(self->outputPorts_[i], frames));
   }
   const NodeCycles::Step step = self->cycles_.next(self->counter_.number(position->clock));
-  if (step.isRepeated || self->process_ == nullptr) {
-    // Its sound has been taken and given already, or there is none any more.
-    for (float* const output : self->outputs_) {
-      if (output != nullptr) std::fill_n(output, frames, 0.0F);
-    }
-    return;
-  }
-  if (step.missedCycles > 0) self->process_->missed(step.missedCycles * frames);
+  // In a repeated call its sound has been taken and given already.
+  const bool takesPart = !step.isRepeated && self->settling_.takesPart(position->clock.id, frames);
+  if (!takesPart || self->process_ == nullptr) return self->playSilence(frames);
+  if (self->hasTakenPart_ && step.missedCycles > 0) self->process_->missed(step.missedCycles * frames);
+  self->hasTakenPart_ = true;
   self->process_->process(self->inputs_, self->outputs_, frames);
 }
 

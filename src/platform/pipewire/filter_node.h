@@ -89,6 +89,7 @@ class FilterNode {
   static void onProcess(void* data, spa_io_position* position);
   void addPorts(pw_direction direction, std::uint32_t count, std::vector<void*>& ports);
   float* inputSamples(std::size_t port, std::uint32_t frames) noexcept;
+  void playSilence(std::uint32_t frames) noexcept;
 
   pw_core* core_;
   pw_data_loop* dataLoop_;
@@ -108,6 +109,8 @@ class FilterNode {
   bool isRefused_ = false;
   CycleCounter& counter_;
   NodeCycles cycles_;
+  BlockSettling settling_;
+  bool hasTakenPart_ = false;
   std::atomic<std::uint32_t> cycleRateHz_{0};
   std::atomic<std::uint32_t> cycleFrames_{0};
 };

@@ -19,6 +19,7 @@
 #include "platform/pipewire/port_linker.h"
 #include "platform/pipewire/server_connection.h"
 #include "platform/pipewire/server_fixture.h"
+#include "support/hardware_client.h"
 #include "support/private_server.h"
 #include "support/server_dump.h"
 #include "support/tone_analysis.h"
@@ -175,6 +176,47 @@ TEST_F(PipeWireServer, aDriverIsThereOnceItHasShownItsList) {
   driver.showList();
   EXPECT_TRUE(waitUntil([&] { return config.pluginObjectID().has_value(); })) << server_.logs();
   EXPECT_TRUE(config.readDevices().has_value());
+}
+
+TEST_F(PipeWireServer, aNewNodeSeesNoBlockLongerThanWhatItAsksFor) {
+  // What runs already has the server's own blocks, of 1024 frames.
+  const auto player = server_.launch({"paplay", writeTone().string()});
+  ASSERT_TRUE(waitUntil([&] {
+    const ServerDump dump(server_);
+    const auto node = dump.node("paplay");
+    return node && std::ranges::any_of(dump.links(), [&](const auto& link) { return link.outputNode == node->id; });
+  })) << server_.logs();
+
+  constexpr std::uint32_t frames = 64;
+  for (const char* const uid : {"mic", "speakers"}) {
+    ASSERT_EQ(hardware_->setPropertyData(device(uid), globalAddress(kAudioDevicePropertyBufferFrameSize), frames),
+              noErr);
+  }
+  for (int round = 0; round < 20; ++round) {
+    std::atomic<int> captured = 0;
+    std::atomic<int> rendered = 0;
+    std::atomic<std::uint32_t> longest = 0;
+    const auto capture = [&](AudioBufferList input) {
+      longest = std::max<std::uint32_t>(longest, input.front().byteSize / sizeof(float));
+      ++captured;
+    };
+    const auto render = [&](AudioBufferList, std::uint32_t count) {
+      longest = std::max<std::uint32_t>(longest, count);
+      ++rendered;
+      return noErr;
+    };
+    const AudioUnitID unit = startUnit(*hardware_, device("speakers"), 2, render);
+    const AudioDeviceIOProcID procedure = startProc(*hardware_, device("mic"), capture);
+    EXPECT_TRUE(waitUntil([&] { return captured > 10 && rendered > 10; })) << server_.logs();
+    EXPECT_EQ(longest, frames) << "round " << round;
+    EXPECT_EQ(hardware_->destroyIOProc(device("mic"), procedure), noErr);
+    EXPECT_EQ(hardware_->disposeAudioUnit(unit), noErr);
+    // Without them the server goes back to its own blocks.
+    EXPECT_TRUE(waitUntil([&] {
+      const ServerDump dump(server_);
+      return !dump.node("brindlemux.output.speakers") && !dump.node("brindlemux.input.mic");
+    })) << server_.logs();
+  }
 }
 
 TEST_F(PipeWireServer, aCrowdOfStreamsIsTappedUpToWhatAPortTakes) {
