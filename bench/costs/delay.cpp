@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
+#include <limits>
+#include <utility>
 
 #include "costs/chirp.h"
 
@@ -43,12 +46,9 @@ std::size_t delayOf(const std::vector<float>& origin, const std::vector<float>& 
   return best;
 }
 
-}  // namespace
-
-Delays delaysOf(std::span<const std::vector<float>> origins, const std::vector<float>& far, std::size_t blockFrames) {
-  Delays delays;
-  if (far.size() < chirpFrames + longestDelay || blockFrames == 0) return delays;
-  for (const auto& origin : origins) delays.frames.push_back(delayOf(origin, far));
+/// Counts the blocks in which the far recording is not the sum of the delayed origins.
+void countBlocks(std::span<const std::vector<float>> origins, const std::vector<float>& far, std::size_t blockFrames,
+                 Delays& delays) {
   for (std::size_t begin = longestDelay; begin + blockFrames <= far.size(); begin += blockFrames) {
     bool isOff = false;
     for (std::size_t i = begin; i < begin + blockFrames; ++i) {
@@ -61,6 +61,78 @@ Delays delaysOf(std::span<const std::vector<float>> origins, const std::vector<f
     delays.blocksOff += isOff ? 1 : 0;
     ++delays.blocks;
   }
+}
+
+/// Takes each of some delays for each of the origins in turn.
+class BestDelays {
+ public:
+  BestDelays(std::span<const std::vector<float>> origins, std::vector<std::size_t> candidates)
+      : origins_(origins), candidates_(std::move(candidates)), tried_(origins.size()) {}
+
+  /// The ones that leave the least of the last frames over: a largest sample that is the smallest.
+  std::vector<std::size_t> of(const std::vector<float>& far) {
+    choose(0, {far.end() - std::ptrdiff_t{comparedFrames}, far.end()});
+    return best_;
+  }
+
+ private:
+  static constexpr std::size_t comparedFrames = 4096;
+
+  void choose(std::size_t origin, const std::vector<float>& rest) {
+    if (origin == origins_.size()) return judge(rest);
+    std::vector<float> next(comparedFrames);
+    for (const std::size_t delay : candidates_) {
+      tried_[origin] = delay;
+      const float* const played = origins_[origin].data() + origins_[origin].size() - comparedFrames - delay;
+      for (std::size_t i = 0; i < comparedFrames; ++i) next[i] = rest[i] - played[i];
+      choose(origin + 1, next);
+    }
+  }
+
+  void judge(const std::vector<float>& rest) {
+    const float largest = std::ranges::max(rest, {}, [](float sample) { return std::abs(sample); });
+    const float left = std::max(std::abs(largest), tolerance);
+    // Two that play the same at different times may change places: then it is the choice whose latest is the earliest.
+    if (left > least_) return;
+    if (left == least_ && std::ranges::max(tried_) >= std::ranges::max(best_)) return;
+    least_ = left;
+    best_ = tried_;
+  }
+
+  const std::span<const std::vector<float>> origins_;
+  const std::vector<std::size_t> candidates_;
+  std::vector<std::size_t> tried_;
+  std::vector<std::size_t> best_;
+  float least_ = std::numeric_limits<float>::infinity();
+};
+
+bool isLongEnough(const std::vector<float>& far, std::size_t blockFrames) {
+  return far.size() >= chirpFrames + longestDelay && blockFrames > 0;
+}
+
+}  // namespace
+
+Delays delaysOf(std::span<const std::vector<float>> origins, const std::vector<float>& far, std::size_t blockFrames) {
+  Delays delays;
+  if (!isLongEnough(far, blockFrames)) return delays;
+  for (const auto& origin : origins) delays.frames.push_back(delayOf(origin, far));
+  countBlocks(origins, far, blockFrames, delays);
+  return delays;
+}
+
+Delays delaysOfAlike(std::span<const std::vector<float>> origins, const std::vector<float>& far,
+                     std::size_t blockFrames) {
+  Delays delays;
+  if (!isLongEnough(far, blockFrames)) return delays;
+  std::vector<float> all(far.size());
+  for (const auto& origin : origins) std::ranges::transform(all, origin, all.begin(), std::plus());
+  std::vector<std::size_t> candidates = {delayOf(all, far)};
+  constexpr std::size_t mostBlocks = 5;
+  for (std::size_t blocks = 0; blocks <= mostBlocks && blocks * blockFrames <= longestDelay; ++blocks) {
+    candidates.push_back(blocks * blockFrames);
+  }
+  delays.frames = BestDelays(origins, std::move(candidates)).of(far);
+  countBlocks(origins, far, blockFrames, delays);
   return delays;
 }
 

@@ -19,4 +19,10 @@ struct Delays {
 /// recordings are of the same moments.
 Delays delaysOf(std::span<const std::vector<float>> origins, const std::vector<float>& far, std::size_t blockFrames);
 
+/// The same for origins that resemble each other, as devices with the same sources do: correlation finds but one delay
+/// for all of them. Of that one, and of whole numbers of blocks for each, these are the delays that leave the least
+/// over.
+Delays delaysOfAlike(std::span<const std::vector<float>> origins, const std::vector<float>& far,
+                     std::size_t blockFrames);
+
 }  // namespace brindlemux::bench

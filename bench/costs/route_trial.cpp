@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
-#include <functional>
 #include <stdexcept>
 #include <thread>
 
@@ -122,13 +121,12 @@ void listen(const Ground& ground, const Build& build, const Routes& routes, Tria
   }
   const std::span origins(heard.data(), chirpCount);
   const std::size_t firstMonitor = chirpCount + static_cast<std::size_t>(routes.devices);
-  std::vector<float> devices(heard.front().size());
+  const std::span devices(heard.data() + chirpCount, static_cast<std::size_t>(routes.devices));
   for (std::size_t port = chirpCount; port < firstMonitor; ++port) {
     trial.toDevices.push_back(delaysOf(origins, heard[port], trial.cycleFrames));
-    std::ranges::transform(devices, heard[port], devices.begin(), std::plus());
   }
   for (std::size_t port = firstMonitor; port < ports.size(); ++port) {
-    trial.toMonitors.push_back(delaysOf({&devices, 1}, heard[port], trial.cycleFrames));
+    trial.toMonitors.push_back(delaysOfAlike(devices, heard[port], trial.cycleFrames));
   }
 }
 
