@@ -13,7 +13,8 @@
 #   ratio            the system's, to that of the pw-loopback build
 #   to device        frames by which a chirp of each application and the microphone is later at the device than where it
 #                    came from, in the last round, and
-#   on to monitor    later again at the monitors than at the device; - where the server finished too few cycles to tell
+#   on to monitor    later again at the monitors than at the first device/the second/...; - where the server finished too
+#                    few cycles to tell. Devices that carry the same sound may stand in each other's place here.
 #   off              blocks that are not the sum of the chirps at these delays, over three seconds a round
 #   xruns, errors    the server's counts, as pw-top has them: cycles that a driver could not finish while the time was
 #                    taken, and cycles that a node missed while the chirps were listened to
