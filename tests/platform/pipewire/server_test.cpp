@@ -179,7 +179,7 @@ TEST_F(PipeWireServer, aDriverIsThereOnceItHasShownItsList) {
 }
 
 TEST_F(PipeWireServer, aNewNodeSeesNoBlockLongerThanWhatItAsksFor) {
-  // What runs already has the server's own blocks, of 1024 frames.
+  // What plays already has blocks of 1024 frames or 2048.
   const auto player = server_.launch({"paplay", writeTone().string()});
   ASSERT_TRUE(waitUntil([&] {
     const ServerDump dump(server_);
@@ -211,7 +211,7 @@ TEST_F(PipeWireServer, aNewNodeSeesNoBlockLongerThanWhatItAsksFor) {
     EXPECT_EQ(longest, frames) << "round " << round;
     EXPECT_EQ(hardware_->destroyIOProc(device("mic"), procedure), noErr);
     EXPECT_EQ(hardware_->disposeAudioUnit(unit), noErr);
-    // Without them the server goes back to its own blocks.
+    // Without them the server goes back to those.
     EXPECT_TRUE(waitUntil([&] {
       const ServerDump dump(server_);
       return !dump.node("brindlemux.output.speakers") && !dump.node("brindlemux.input.mic");
