@@ -17,8 +17,7 @@ extern "C" __attribute__((visibility("default"))) const char* __lsan_default_sup
 /// built with it: what they allocate, free and lock themselves is not judged. Nor is what a thread of theirs reads that
 /// was handed to it through them: the window's parts, which Qt's tools have written down, a message for the bus, and
 /// the buffers that the audio server's library maps on one thread for another. What our code does is judged, also where
-/// it is called by them. Qt leaves one of its functions by way of unlocking, which then looks like the caller's: that
-/// of the one place that calls it is left out.
+/// it is called by them.
 extern "C" const char* __tsan_default_suppressions();
 extern "C" __attribute__((visibility("default"))) const char* __tsan_default_suppressions() {
   return "called_from_lib:libQt6Core.so\n"
@@ -33,7 +32,6 @@ extern "C" __attribute__((visibility("default"))) const char* __tsan_default_sup
          "race:_qmlcache_loader.cpp\n"
          "race:QDBusMetaType::marshall\n"
          "race:pw_memblock_map\n"
-         "mutex:libX11.so\n"
-         "mutex:brindlemux::Tray::~Tray\n";
+         "mutex:libX11.so\n";
 }
 // NOLINTEND(bugprone-reserved-identifier)

@@ -35,14 +35,9 @@ Tray::Tray(const QDBusConnection& bus, QObject* parent)
   if (bus_.isConnected()) offer();
 }
 
-Tray::~Tray() {
-  if (!bus_.isConnected()) return;
-  // The name goes with the connection: giving it up here would wait for the bus, which may not answer any more.
-  bus_.unregisterObject(itemPath);
-  bus_.unregisterObject(menuPath);
-}
-
 void Tray::offer() {
+  // The two leave the bus as they are destroyed, and the name with the connection: to give it up would wait for the
+  // bus, which may not answer any more.
   bus_.registerObject(menuPath, &menu_, exported);
   bus_.registerObject(itemPath, &item_, exported);
   bus_.registerService(service_);

@@ -22,7 +22,6 @@ class Tray final : public QObject {
 
  public:
   explicit Tray(const QDBusConnection& bus, QObject* parent = nullptr);
-  ~Tray() override;
 
   TrayMenu& menu() noexcept { return menu_; }
   /// Whether there is a tray, with the icon in it.

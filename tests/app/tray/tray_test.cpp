@@ -2,12 +2,14 @@
 
 #include <QCoreApplication>
 #include <QDBusObjectPath>
+#include <QDBusPendingCall>
 #include <QImageReader>
 #include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <optional>
 
 #include "app/event_loop.h"
 #include "app/tray/desktop_notification.h"
@@ -191,6 +193,25 @@ TEST(Tray, clickOnTheIconIsReported) {
   QObject::connect(&shown.tray, &Tray::activated, [&clicks] { ++clicks; });
   shown.desktop.clickIcon();
   EXPECT_EQ(clicks, 1);
+}
+
+TEST(Tray, leavesTheBusWhenItGoes) {
+  PrivateBus bus;
+  const FakeTray desktop(bus.connect());
+  const QDBusConnection panel = bus.connect();
+  std::optional<Tray> tray(bus.connect());
+  ASSERT_TRUE(eventually([&] { return tray->isShown(); }));
+  const auto isThere = [&](const char* path) {
+    QDBusMessage question = QDBusMessage::createMethodCall(desktop.items().constFirst(), QString::fromUtf8(path),
+                                                           "org.freedesktop.DBus.Properties", "GetAll");
+    question << QString();
+    const QDBusPendingCall call = panel.asyncCall(question);
+    EXPECT_TRUE(eventually([&] { return call.isFinished(); }));
+    return call.reply().type() == QDBusMessage::ReplyMessage;
+  };
+  EXPECT_TRUE(isThere("/StatusNotifierItem") && isThere("/MenuBar"));
+  tray.reset();
+  EXPECT_FALSE(isThere("/StatusNotifierItem") || isThere("/MenuBar"));
 }
 
 TEST(TrayMenu, isReadOverTheBus) {
