@@ -21,13 +21,13 @@ NodeCycles::Step NodeCycles::next(std::uint64_t number) noexcept {
 }
 
 bool BlockSettling::takesPart(std::uint32_t clockID, std::uint32_t cycleFrames) noexcept {
-  if (clockID_ != clockID) left_ = mostPassedOver;
+  if (clockID_ != clockID) left_ = mostOfAnotherDriver;
   clockID_ = clockID;
   if (cycleFrames > longest_ && left_ > 0) {
     --left_;
     return false;
   }
-  left_ = 0;
+  left_ = mostOfTheSame;
   longest_ = std::max(askedFrames_, cycleFrames);
   return true;
 }

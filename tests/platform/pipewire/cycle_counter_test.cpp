@@ -99,10 +99,20 @@ TEST(BlockSettling, aDriverThatStaysWithLongerBlocksIsBelieved) {
   EXPECT_FALSE(settling.takesPart(5, 2048));
 }
 
+TEST(BlockSettling, theLastOfADriverThatLeavesIsPassedOver) {
+  BlockSettling settling(64);
+  EXPECT_TRUE(settling.takesPart(3, 64));
+  EXPECT_FALSE(settling.takesPart(3, 1024));
+  EXPECT_TRUE(settling.takesPart(4, 64));
+}
+
 TEST(BlockSettling, aDriverMayMakeItsBlocksLonger) {
   BlockSettling settling(64);
   EXPECT_TRUE(settling.takesPart(3, 64));
+  EXPECT_FALSE(settling.takesPart(3, 2048));
   EXPECT_TRUE(settling.takesPart(3, 2048));
+  EXPECT_FALSE(settling.takesPart(3, 4096));
+  EXPECT_TRUE(settling.takesPart(3, 4096));
   EXPECT_TRUE(settling.takesPart(3, 64));
   EXPECT_FALSE(settling.takesPart(4, 2048)) << "it is news again";
 }
