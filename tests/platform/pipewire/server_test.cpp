@@ -197,7 +197,7 @@ TEST_F(PipeWireServer, aNodeSeesNoBlockLongerThanWhatItAsksFor) {
     std::atomic<int> rendered = 0;
     std::atomic<std::uint32_t> longest = 0;
     const auto capture = [&](AudioBufferList input) {
-      longest = std::max<std::uint32_t>(longest, input.front().byteSize / sizeof(float));
+      longest = std::max<std::uint32_t>(longest, input.front().byteSize / std::uint32_t{sizeof(float)});
       ++captured;
     };
     const auto render = [&](AudioBufferList, std::uint32_t count) {
