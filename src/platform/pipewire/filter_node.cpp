@@ -158,10 +158,12 @@ void FilterNode::onProcess(void* data, spa_io_position* position) {
   for (std::size_t i = 0; i < self->outputs_.size(); ++i) {
     self->outputs_[i] = static_cast<float*>(pw_filter_get_dsp_buffer(self->outputPorts_[i], frames));
   }
+  // One that is retired may go on under a driver that the others have left: its cycles are none that they miss.
+  if (self->process_ == nullptr) return self->playSilence(frames);
   const NodeCycles::Step step = self->cycles_.next(self->counter_.number(position->clock));
   // In a repeated call its sound has been taken and given already.
   const bool takesPart = !step.isRepeated && self->settling_.takesPart(position->clock.id, frames);
-  if (!takesPart || self->process_ == nullptr) return self->playSilence(frames);
+  if (!takesPart) return self->playSilence(frames);
   if (self->hasTakenPart_ && step.missedCycles > 0) self->process_->missed(step.missedCycles * frames);
   self->hasTakenPart_ = true;
   self->process_->process(self->inputs_, self->outputs_, frames);
