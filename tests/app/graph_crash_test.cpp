@@ -4,6 +4,7 @@
 #include <csignal>
 #include <cstdint>
 #include <cstdio>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <new>
 #include <random>
@@ -108,7 +109,9 @@ TEST_F(GraphCrash, aDragThatIsKilledAtAnyTimeLeavesTheMapOfOneOfItsSteps) {
     killed += WIFSIGNALED(status) ? 1 : 0;
 
     const DeviceGraphs graphs = store_.load();
-    const auto names = test::namesIn(store_.fileURL().parent_path());
+    const auto folder = store_.fileURL().parent_path();
+    if (saved == 0 && !std::filesystem::exists(folder)) continue;  // before the first save had made it
+    const auto names = test::namesIn(folder);
     for (const std::string& name : names) EXPECT_EQ(name.find("corrupt"), std::string::npos) << name;
     if (graphs.empty() && saved == 0) continue;  // before the first save was done
     const auto step = stepOf(graphs);

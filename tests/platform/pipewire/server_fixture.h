@@ -72,11 +72,13 @@ struct RunningTap {
   std::shared_ptr<std::atomic<int>> sounding = std::make_shared<std::atomic<int>>(0);
 };
 
-/// Starts a tap whose procedure counts, and does what `also` does.
+/// Starts a tap whose procedure counts, and does what `also` does. It asks for blocks of so many frames, or for those
+/// that taps ask for where that is 0.
 ///
 /// A tap asks for shorter blocks than the server's own, and pw-play at times falls silent for as long as the blocks
 /// have changed under it: who plays to such a tap is paplay.
-inline RunningTap startTap(AudioHardware& hardware, TapDescription description, const IOBlock& also = {}) {
+inline RunningTap startTap(AudioHardware& hardware, TapDescription description, const IOBlock& also = {},
+                           std::uint32_t blockFrames = 0) {
   static std::uint8_t tapCount = 0;
   description.uuid.bytes[15] = ++tapCount;
   description.name = "All";
@@ -88,6 +90,10 @@ inline RunningTap startTap(AudioHardware& hardware, TapDescription description, 
       {"taps", DictionaryArray{Dictionary{{"uid", description.uuid.string()}}}},
   };
   EXPECT_EQ(hardware.createAggregateDevice(aggregate, running.aggregate), noErr);
+  const auto blockSize = globalAddress(kAudioDevicePropertyBufferFrameSize);
+  if (blockFrames > 0) {
+    EXPECT_EQ(hardware.setPropertyData(running.aggregate, blockSize, blockFrames), noErr);
+  }
   const auto count = [cycles = running.cycles, sounding = running.sounding, also](AudioBufferList input) {
     ++*cycles;
     if (input.front().data[0] != 0.0F) ++*sounding;

@@ -74,6 +74,25 @@ class Hearing {
   std::atomic<Clock::time_point> began_ = Clock::time_point{};
 };
 
+/// What the samples hold that are not the channel's alone, told where each such part begins and ends: frame and channel
+/// of the sound, if it is there by itself, and if it is there beside the channel's own.
+std::string foreignSound(std::span<const float> side, std::span<const std::int64_t> frames, std::uint32_t channel) {
+  const auto own = std::ranges::find_if(frames, [](std::int64_t frame) { return frame >= 0; });
+  const std::int64_t offset = own == frames.end() ? 0 : *own - std::distance(frames.begin(), own);
+  const auto isForeign = [&](std::size_t at) { return at < frames.size() && frames[at] == noSuchFrame; };
+  const auto told = [](float sample) {
+    const auto number = static_cast<std::int64_t>(sample * 0x1p24F) - 1;
+    return std::to_string(number / numberedChannels) + " of channel " + std::to_string(number % numberedChannels);
+  };
+  std::string words = std::to_string(std::ranges::count(frames, noSuchFrame)) + " samples";
+  for (std::size_t at = 0; at < frames.size(); ++at) {
+    if (!isForeign(at) || (at > 0 && isForeign(at - 1) && isForeign(at + 1))) continue;
+    const float beside = side[at] - numbered(offset + static_cast<std::int64_t>(at), channel);
+    words += "; at " + std::to_string(at) + " frame " + told(side[at]) + ", or " + told(beside) + " beside its own";
+  }
+  return words;
+}
+
 /// The frames of a side, which are all the channel's, one after the other, silence before the first. Returns the first.
 std::int64_t expectWhole(std::span<const float> side, std::uint32_t channel, const std::string& what) {
   const auto frames = framesOf(side, channel);
@@ -82,7 +101,8 @@ std::int64_t expectWhole(std::span<const float> side, std::uint32_t channel, con
     ADD_FAILURE() << what << ": nothing is heard";
     return silence;
   }
-  EXPECT_EQ(std::count(first, frames.end(), noSuchFrame), 0) << what << ": another channel's or stream's samples";
+  EXPECT_EQ(std::count(first, frames.end(), noSuchFrame), 0)
+      << what << ": another channel's or stream's samples, " << foreignSound(side, frames, channel);
   return *first;
 }
 
