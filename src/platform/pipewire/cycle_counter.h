@@ -54,7 +54,8 @@ class NodeCycles {
 /// Tells in which cycles a node takes part. In the cycle in which it joins the graph, or comes under another driver,
 /// the server often still runs the longer blocks that this driver had before; and a driver that is taken out of the
 /// graph may run one last cycle with the longer blocks of its own. A ring that is filled with one of those would keep
-/// its readers as far behind for good. A driver that stays with longer blocks, as one that is told to does, is believed.
+/// its readers as far behind for good. A driver that stays with longer blocks, as one that is told to does, is
+/// believed.
 ///
 /// Threads: the data thread.
 class BlockSettling {
@@ -66,6 +67,8 @@ class BlockSettling {
   bool takesPart(std::uint32_t clockID, std::uint32_t cycleFrames) noexcept;
 
  private:
+  /// The longer blocks that are passed over: under a driver that is new to the node, and under one that it has
+  /// followed.
   static constexpr int mostOfAnotherDriver = 2;
   static constexpr int mostOfTheSame = 1;
 
