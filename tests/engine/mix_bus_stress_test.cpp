@@ -24,6 +24,8 @@ using test::RealtimeCounts;
 
 constexpr std::int64_t totalFrames = 400'000;
 constexpr std::int64_t maximumWriteFrames = 512;
+/// However busy the machine is, the sound lasts for so many edits.
+constexpr std::int64_t leastRebuilds = 100;
 // Readers stay well within the slack, so that none may be repositioned.
 constexpr std::int64_t maximumLagFrames = 1500;
 
@@ -137,6 +139,7 @@ TEST(MixBusStress, noFrameIsLostOrRepeatedWhilePlansAreRebuilt) {
   threads.push_back(renders(
       headphones, 3, [&](auto buffers, std::int64_t frames) { bus.renderMonitor(secondMonitor, buffers, frames); }));
 
+  std::atomic<std::int64_t> rebuilds = 0;
   RealtimeCounts writerCounts;
   threads.emplace_back([&] {
     // Every reader takes its place at position 0 first.
@@ -146,7 +149,8 @@ TEST(MixBusStress, noFrameIsLostOrRepeatedWhilePlansAreRebuilt) {
       const std::int64_t frames =
           std::min(1 + static_cast<std::int64_t>(random() % maximumWriteFrames), totalFrames - written);
       const auto slowest = [&] { return std::min({device.heard(), speakers.heard(), headphones.heard()}); };
-      while (!stopped && written + frames - slowest() > maximumLagFrames) std::this_thread::yield();
+      const auto isEarly = [&] { return rebuilds * totalFrames < leastRebuilds * written; };
+      while (!stopped && (written + frames - slowest() > maximumLagFrames || isEarly())) std::this_thread::yield();
       PlanarBuffers block(2, frames);
       for (std::int64_t i = 0; i < frames; ++i) {
         block[0][static_cast<std::size_t>(i)] = numbered(written + i);
@@ -163,7 +167,6 @@ TEST(MixBusStress, noFrameIsLostOrRepeatedWhilePlansAreRebuilt) {
   // Meanwhile, edits: gains of powers of two, so that the arithmetic stays exact; a source and a monitor that come and
   // go; and snapshots.
   std::mt19937 random(5);
-  std::int64_t rebuilds = 0;
   float loudest = 0;
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(100);
   const auto finished = [&] { return std::min({device.heard(), speakers.heard(), headphones.heard()}) >= totalFrames; };
@@ -195,7 +198,7 @@ TEST(MixBusStress, noFrameIsLostOrRepeatedWhilePlansAreRebuilt) {
   EXPECT_EQ(counters->statistics().repositionings, 0);
   loudest = std::max(loudest, meter.snapshot(rings, bus, nullptr).sourcePeaks.at(numberedSource)[0]);
   EXPECT_EQ(loudest, numbered(totalFrames - 1)) << "some snapshot has seen every written frame";
-  EXPECT_GT(rebuilds, 100);
+  EXPECT_GE(rebuilds, leastRebuilds);
   RecordProperty("rebuilds", std::to_string(rebuilds));
 }
 
@@ -255,11 +258,12 @@ TEST(MixBusStress, ofManySourcesEveryTapIsHeardWithoutAllocatingOrBlocking) {
 TEST(MixBusStress, ofManySourcesEveryTapIsHeardWhilePlansAreRebuilt) {
   constexpr int cycles = 2000;
   FullPlan plan;
+  std::atomic<std::int64_t> rebuilds = 0;
   std::atomic<bool> isOver = false;
   RealtimeCounts counts;
   std::string failure;
   std::thread renders([&] {
-    for (int cycle = 0; cycle < cycles; ++cycle) {
+    for (int cycle = 0; cycle < cycles || rebuilds < leastRebuilds; ++cycle) {
       add(counts, plan.cycle());
       const float first = plan.output[0][0];
       if (first != 0.25F && first != 0.125F) failure = "heard " + std::to_string(first);
@@ -272,7 +276,6 @@ TEST(MixBusStress, ofManySourcesEveryTapIsHeardWhilePlansAreRebuilt) {
     isOver = true;
   });
   EngineMeter meter;
-  std::int64_t rebuilds = 0;
   DeviceGraph edited = plan.graph;
   while (!isOver) {
     edited.masterGain = rebuilds % 2 == 0 ? 0.5F : 1.0F;
@@ -284,7 +287,6 @@ TEST(MixBusStress, ofManySourcesEveryTapIsHeardWhilePlansAreRebuilt) {
   EXPECT_EQ(failure, "");
   EXPECT_EQ(counts, RealtimeCounts{});
   EXPECT_EQ(plan.counters->statistics().repositionings, 0);
-  EXPECT_GT(rebuilds, 10);
 }
 
 }  // namespace
